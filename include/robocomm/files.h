@@ -1,0 +1,51 @@
+// Files and logs: the encrypted map-edit store, applying and reading the
+// stored map edit, and the log bundle sent to the client.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include <json/value.h>
+
+#include "robocomm/export.h"
+#include "robocomm/records.h"
+
+// The one file of the encrypted store.
+ROBOCOMM_API extern std::string mapEditFilePath;
+
+// Largest log archive that is sent (200 MiB).
+constexpr uint64_t MAX_SIZE_LOG = 209715200;
+
+// A whole file read into memory, with its size as measured when opened.
+struct CompressedFile_t {
+    std::string data;
+    int64_t size;
+};
+
+ROBOCOMM_C_BEGIN
+// Writes the 16 IV bytes, then the AES-128-CBC ciphertext of data. Ends the
+// process with status 1 when the file cannot be opened.
+ROBOCOMM_API void API_FileSave(const std::string& data, const std::string& path, const unsigned char* key,
+                               const unsigned char* iv);
+// The plaintext, or empty on failure. Throws std::length_error for a file
+// shorter than its IV.
+ROBOCOMM_API std::string API_FileRead(const std::string& path, const unsigned char* key);
+ROBOCOMM_API bool API_FileExist(const std::string& path);
+ROBOCOMM_API void API_FileDelete(const std::string& path);
+// Unencrypted, for the host's own use.
+ROBOCOMM_API void saveStringToFile(const std::string& path, const std::string& text);
+
+// Re-posts the stored map edit into globalSetByPassOne, as if just received.
+ROBOCOMM_API bool API_FileDataApply();
+// Parses the stored map edit into out; the mailbox is left alone.
+ROBOCOMM_API bool API_FileDataRead(ByPassOneData_t* out);
+
+// Answers LogData (code 26): packs the folder with tar and streams the archive.
+ROBOCOMM_API bool resGetLogData(const std::string& folderPath);
+ROBOCOMM_API std::string compressFolderToTarGz(const std::string& folderPath);
+ROBOCOMM_API CompressedFile_t readCompressedFile(const std::string& path);
+ROBOCOMM_C_END
+
+ROBOCOMM_API Json::Value createJsonLogData(const std::string& name, const unsigned char* data, unsigned long length);
+ROBOCOMM_API Json::Value createJsonLogDataFile(const std::string& name, const unsigned char* data,
+                                               unsigned long length, const std::string& outputPath);
