@@ -1,0 +1,60 @@
+// Factory jig link: blocks from the jig wait in one slot per jig command
+// number until the host collects them; blocks to the jig go out over UDP.
+#include "robocomm/jig.h"
+
+#include <iostream>
+#include <utility>
+
+#include "robocomm/link.h"
+
+JigData_t jigDataArray[JIG_COMMAND_COUNT];
+
+namespace {
+
+constexpr char JIG_MESSAGE_KIND = static_cast<char>(200);
+
+void reportInvalidCommand(int command) {
+    std::cerr << "Invalid command: " << command << std::endl;
+}
+
+}  // namespace
+
+bool isValidCommand(int command) {
+    // Unsigned, so that negative numbers fall outside the table too.
+    return static_cast<unsigned int>(command) < static_cast<unsigned int>(JIG_COMMAND_COUNT);
+}
+
+void parseJigData(int command, const std::vector<unsigned char>& data) {
+    if (!isValidCommand(command)) {
+        reportInvalidCommand(command);
+        return;
+    }
+    JigData_t& slot = jigDataArray[command];
+    if (slot.length > 0) {
+        std::cout << "Command " << command << " already has data. Overwriting existing data." << std::endl;
+    }
+    slot.command = command;
+    // An empty block is kept as one zero byte so that the slot reads as
+    // occupied and the host still sees that the command arrived.
+    slot.data = data.empty() ? std::vector<unsigned char>{0} : data;
+    slot.length = static_cast<int32_t>(slot.data.size());
+    std::cout << "Data stored for command " << command << std::endl;
+}
+
+bool API_RecvJigData(int command, std::vector<unsigned char>& out) {
+    if (!isValidCommand(command)) {
+        reportInvalidCommand(command);
+        return false;
+    }
+    JigData_t& slot = jigDataArray[command];
+    if (slot.data.empty()) {
+        return false;
+    }
+    out = std::move(slot.data);
+    slot = JigData_t{};
+    return true;
+}
+
+void API_SendJigData(int command, const std::vector<unsigned char>& data) {
+    sendLargeData(data, static_cast<char>(command), JIG_MESSAGE_KIND);
+}
