@@ -1,0 +1,37 @@
+// The shared shape of every outbound document: the three fixed levels above
+// the payload, the text writer, and the two ways a document leaves.
+#pragma once
+
+#include <string>
+
+#include <json/value.h>
+
+namespace robocomm {
+
+// Default writer settings on purpose: the client reads tab-indented text
+// with sorted keys, 17 significant digits and escaped non-ASCII.
+std::string writeDocument(const Json::Value& document);
+
+// "Response" -> "Get" -> name, the body of a get answer. The body is
+// created null, so a builder that sets nothing writes null there.
+template <typename Fill>
+std::string answerDocument(const char* name, Fill fill) {
+    Json::Value document;
+    fill(document["Response"]["Get"][name]);
+    return writeDocument(document);
+}
+
+// "Emergency" -> "Send" -> name, the body of a pushed message.
+template <typename Fill>
+std::string pushDocument(const char* name, Fill fill) {
+    Json::Value document;
+    fill(document["Emergency"]["Send"][name]);
+    return writeDocument(document);
+}
+
+// Message kind 2 under the command code.
+void sendAnswer(const std::string& text, int code);
+// Message kind 15 under the command code.
+void sendPush(const std::string& text, int code);
+
+}  // namespace robocomm
