@@ -1,0 +1,71 @@
+// SHA-256 digests: raw, as lowercase hex text, and the integrity checks built
+// on them.
+#include <openssl/sha.h>
+
+#include <iomanip>
+#include <iostream>
+#include <sstream>
+
+#include "robocomm/security.h"
+
+namespace {
+
+// Two zero-filled lowercase digits per byte; the stream is left in decimal
+// with its fill character restored.
+void writeHex(std::ostream& out, const unsigned char* data, size_t length) {
+    const char fill = out.fill('0');
+    out << std::hex;
+    for (size_t i = 0; i < length; ++i) out << std::setw(2) << static_cast<unsigned>(data[i]);
+    out << std::dec;
+    out.fill(fill);
+}
+
+std::string hexDigest(const unsigned char* data, size_t length) {
+    const std::vector<unsigned char> digest = compute_sha256(data, length);
+    std::ostringstream text;
+    writeHex(text, digest.data(), digest.size());
+    return text.str();
+}
+
+const unsigned char* bytesOf(const std::string& text) { return reinterpret_cast<const unsigned char*>(text.data()); }
+
+}  // namespace
+
+std::vector<unsigned char> compute_sha256(const unsigned char* data, unsigned long length) {
+    std::vector<unsigned char> digest(SHA256_DIGEST_LENGTH);
+    SHA256(data, length, digest.data());
+    return digest;
+}
+
+std::string calculateSHA256(const std::string& data) { return hexDigest(bytesOf(data), data.size()); }
+
+std::string calculateSHA256(const std::vector<unsigned char>& data) { return hexDigest(data.data(), data.size()); }
+
+// Case-sensitive on purpose: the client sends lowercase digests only.
+bool verifySHA256(const std::string& data, const std::string& checksum) {
+    const std::string calculated = calculateSHA256(data);
+    std::cout << "checksum : " << checksum << std::endl;
+    std::cout << "calculatedHash : " << calculated << std::endl;
+    return calculated == checksum;
+}
+
+// The digest covers the base64 text as it came over the link, not the
+// decoded map.
+bool verifySHA256(const PGMMapData_t& record) { return calculateSHA256(record.data) == record.sha256; }
+
+bool validateOTAData(const otadataB_t& record) {
+    const std::string calculated = calculateSHA256(record.data);
+    if (calculated == record.checksum) {
+        std::cout << "OTA 데이터 검증 성공: checksum 일치" << std::endl;
+        return true;
+    }
+    std::cout << "OTA 데이터 검증 실패: " << std::endl;
+    std::cout << "계산된 checksum: " << calculated << std::endl;
+    std::cout << "저장된 checksum: " << record.checksum << std::endl;
+    return false;
+}
+
+void printHex(const unsigned char* data, unsigned long length) {
+    writeHex(std::cout, data, length);
+    std::cout << std::endl;
+}
