@@ -1,0 +1,95 @@
+// The answer to LogData: the named folder packed with tar, streamed to the
+// client with its digest, and the archive removed again.
+#include "files/log_bundle.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+#include <stdexcept>
+#include <system_error>
+
+#include "link/frame.h"
+#include "robocomm/files.h"
+#include "robocomm/link.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr int kLogDataCode = 26;
+constexpr int kAnswerKind = robocomm::kKindAnswer;
+
+bool isDirectory(const std::string& path) {
+    std::error_code ignored;
+    return fs::is_directory(fs::status(path, ignored));
+}
+
+void sendArchive(const CompressedFile_t& archive, const std::string& archiveName) {
+    std::cout << "[DEBUG] dataLength (" << archive.size << ") is within the allowed maximum size ("
+              << MAX_SIZE_LOG << ")." << std::endl;
+    std::cout << "[DEBUG] Creating JSON log data using compressedFileName: " << archiveName << std::endl;
+    std::cout << "[DEBUG] Preparing to send JSON log data. Data length: " << archive.size
+              << ", getLogDataIdx: " << kLogDataCode << ", objectRes: " << kAnswerKind << std::endl;
+    sendLargeJsonDataLog(reinterpret_cast<const unsigned char*>(archive.data.data()),
+                         static_cast<int>(archive.size), static_cast<char>(kLogDataCode),
+                         static_cast<char>(kAnswerKind));
+    std::cout << "[DEBUG] sendLargeJsonDataLog call completed." << std::endl;
+}
+
+}  // namespace
+
+bool robocomm::logArchiveFits(int64_t size) {
+    return static_cast<uint64_t>(size) <= MAX_SIZE_LOG;
+}
+
+std::string compressFolderToTarGz(const std::string& folderPath) {
+    // The archive path goes to tar unquoted, so a blank in it breaks the
+    // command; the -C operands are quoted the way a path writes itself.
+    const std::string archivePath = folderPath + ".tar.gz";
+    const fs::path folder(folderPath);
+    std::ostringstream command;
+    command << "tar -czf " << archivePath << " -C " << folder.parent_path() << " " << folder.filename();
+    if (std::system(command.str().c_str()) != 0) {
+        throw std::runtime_error("Failed to create tar.gz file.");
+    }
+    return archivePath;
+}
+
+CompressedFile_t readCompressedFile(const std::string& path) {
+    std::ifstream file(path, std::ios::binary | std::ios::ate);
+    if (!file.is_open()) {
+        throw std::runtime_error("Failed to open compressed file: " + path);
+    }
+    const int64_t size = file.tellg();
+    file.seekg(0, std::ios::beg);
+    std::string data(static_cast<size_t>(size), '\0');
+    if (!file.read(data.data(), size)) {
+        throw std::runtime_error("Failed to read data from compressed file: " + path);
+    }
+    return CompressedFile_t{data, size};
+}
+
+bool resGetLogData(const std::string& folderPath) {
+    if (!isDirectory(folderPath)) {
+        std::cerr << "Folder does not exist: " << folderPath << std::endl;
+        return false;
+    }
+    try {
+        const std::string archivePath = compressFolderToTarGz(folderPath);
+        const CompressedFile_t archive = readCompressedFile(archivePath);
+        const std::string archiveName = fs::path(archivePath).filename().string();
+        if (robocomm::logArchiveFits(archive.size)) {
+            sendArchive(archive, archiveName);
+        } else {
+            std::cout << "[DEBUG] dataLength (" << archive.size << ") exceeds MAX_SIZE_LOG (" << MAX_SIZE_LOG
+                      << "). Skipping send." << std::endl;
+        }
+        fs::remove(archivePath);
+        return true;
+    } catch (const std::exception& e) {
+        std::cerr << "Error: " << e.what() << std::endl;
+        return false;
+    }
+}

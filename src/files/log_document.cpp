@@ -1,0 +1,33 @@
+// The log bundle as a JSON document, for the host's own use; the answer to
+// LogData streams the raw archive instead.
+#include <fstream>
+#include <iostream>
+
+#include "responses/document.h"
+#include "robocomm/files.h"
+#include "robocomm/security.h"
+
+Json::Value createJsonLogData(const std::string& name, const unsigned char* data, unsigned long length) {
+    const std::string encoded = base64Encode(data, length);
+    const std::string digest = calculateSHA256(std::string(reinterpret_cast<const char*>(data), length));
+    Json::Value document;
+    Json::Value& log = document["Response"]["Get"]["LogData"];
+    log["name"] = name;
+    log["sha256"] = digest;
+    log["data"] = encoded;
+    return document;
+}
+
+Json::Value createJsonLogDataFile(const std::string& name, const unsigned char* data, unsigned long length,
+                                  const std::string& outputPath) {
+    Json::Value document = createJsonLogData(name, data, length);
+    std::ofstream file(outputPath, std::ios::binary | std::ios::trunc);
+    if (!file.is_open()) {
+        std::cerr << "JSON 파일을 저장할 수 없습니다: " << outputPath << std::endl;
+        return document;
+    }
+    file << robocomm::writeDocument(document);
+    file.close();
+    std::cout << "JSON 파일 생성 완료: " << outputPath << std::endl;
+    return document;
+}

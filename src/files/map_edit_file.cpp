@@ -1,0 +1,63 @@
+// Brings the last map edit the client sent back from the encrypted store:
+// re-posted into its mailbox, or handed straight to the host.
+#include <iostream>
+#include <sstream>
+#include <stdexcept>
+
+#include <json/json.h>
+
+#include "robocomm/files.h"
+#include "robocomm/intake.h"
+#include "robocomm/security.h"
+
+namespace {
+
+// Reads, deciphers and parses the stored request, then hands its map edit to
+// useRecord. Every failure, exceptions included, ends in false with a line on
+// standard output: nothing may escape to the host.
+template <typename UseRecord>
+bool withStoredMapEdit(const char* entryPoint, UseRecord useRecord) {
+    try {
+        std::cout << "Starting " << entryPoint << "..." << std::endl;
+        const std::string text = API_FileRead(mapEditFilePath, key);
+        if (text.empty()) {
+            std::cout << "Failed to decrypt file or file is empty." << std::endl;
+            return false;
+        }
+        std::cout << "Decrypted File Content: " << text << std::endl;
+
+        Json::CharReaderBuilder reader;
+        Json::Value root;
+        std::string errors;
+        std::istringstream stream(text);
+        if (!Json::parseFromStream(reader, stream, &root, &errors)) {
+            std::cout << "Failed to parse JSON: " << errors << std::endl;
+            return false;
+        }
+        // Read-only access: a document without the path yields an empty record.
+        const Json::Value& document = root;
+        useRecord(parseBypassOneData(document["Request"]["Set"]["ByPass"]));
+        return true;
+    } catch (const std::exception& e) {
+        std::cout << "Exception caught in " << entryPoint << ": " << e.what() << std::endl;
+    } catch (...) {
+        std::cout << "Unknown error occurred in " << entryPoint << "." << std::endl;
+    }
+    return false;
+}
+
+}  // namespace
+
+bool API_FileDataApply() {
+    return withStoredMapEdit("API_FileDataApply", [](const ByPassOneData_t& record) {
+        // Posted exactly as the command parser posts a fresh request: record
+        // first, pending byte last.
+        static_cast<ByPassOneData_t&>(globalSetByPassOne) = record;
+        globalSetByPassOne.pending = 1;
+        std::cout << "Bypass One Data parsed successfully. UID: " << record.uid << std::endl;
+    });
+}
+
+bool API_FileDataRead(ByPassOneData_t* out) {
+    return withStoredMapEdit("API_FileDataRead", [out](const ByPassOneData_t& record) { *out = record; });
+}
