@@ -7,13 +7,6 @@
 
 namespace {
 
-constexpr int kErrorListCode = 12;
-constexpr int kTargetPositionCalculateCode = 20;
-constexpr int kNotificationCode = 23;
-constexpr int kAICalibrationCode = 25;
-constexpr int kEmergencyErrorCode = 100;
-constexpr int kEmergencyOTACode = 101;
-
 // Left null when there are no records: the client expects "ErrorList": null
 // for an empty list, not [].
 Json::Value errorListValue(const std::vector<ErrorRecord>& errors) {
@@ -75,20 +68,20 @@ std::string createJsonAICalibration(int result) {
 }
 
 void resGetErrorList(const std::vector<ErrorRecord>& errors) {
-    robocomm::sendAnswer(createJsonErrorList(errorListValue(errors)), kErrorListCode);
+    robocomm::sendAnswer(createJsonErrorList(errorListValue(errors)), 12);
 }
 
 void resGetTargetPositionCalculate(double time, double distance, double x, double y, double theta) {
     robocomm::sendAnswer(createJsonTargetPositionCalculate(time, distance, x, y, theta),
-                         kTargetPositionCalculateCode);
+                         20);
 }
 
 void resGetNotification(int code, const std::string& description) {
-    robocomm::sendAnswer(createJsonNotification(code, description), kNotificationCode);
+    robocomm::sendAnswer(createJsonNotification(code, description), 23);
 }
 
 void resGetAICalibration(int result) {
-    robocomm::sendAnswer(createJsonAICalibration(result), kAICalibrationCode);
+    robocomm::sendAnswer(createJsonAICalibration(result), 25);
 }
 
 void resSetOTAdata(int progress, int state) {
@@ -96,9 +89,9 @@ void resSetOTAdata(int progress, int state) {
 }
 
 void EmergencyMSG_ERROR(const std::vector<ErrorRecord>& errors) {
-    robocomm::sendPush(createJsonEmergencyErrorList(errorListValue(errors)), kEmergencyErrorCode);
+    robocomm::sendPush(createJsonEmergencyErrorList(errorListValue(errors)), 100);
 }
 
 void EmergencyMSG_OTA(int state, int progress, const std::string& version) {
-    robocomm::sendPush(createJson_EmergencyMSG_OTA(state, progress, version), kEmergencyOTACode);
+    robocomm::sendPush(createJson_EmergencyMSG_OTA(state, progress, version), 101);
 }
