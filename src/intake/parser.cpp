@@ -1,0 +1,88 @@
+// The command parser: one inbound message into its mailbox.
+#include <iostream>
+#include <mutex>
+#include <sstream>
+
+#include <json/reader.h>
+
+#include "intake/command_table.h"
+#include "intake/immediate_commands.h"
+#include "intake/mailbox_access.h"
+#include "robocomm/intake.h"
+#include "robocomm/security.h"
+
+namespace robocomm {
+namespace {
+
+// The JSON library's own conversions, so a null document reads as 0, 0.0 and
+// false, and a missing text throws.
+struct StoreParam {
+    const Json::Value& value;
+    void operator()(int32_t* field) const { *field = value.asInt(); }
+    void operator()(double* field) const { *field = value.asDouble(); }
+    void operator()(bool* field) const { *field = value.asBool(); }
+    // Bytes up to the first NUL, as the text's C string reads.
+    void operator()(std::string* field) const { *field = value.asCString(); }
+};
+
+std::string plainBody(const std::string& body) {
+    if (enableEnc == 0) {
+        return body;
+    }
+    std::string text = decryptData(body, key, iv);
+    if (text.empty()) {
+        std::cout << "JSON 데이터 복호화 실패" << std::endl;
+    }
+    return text;
+}
+
+// A document that does not parse still lets the command through.
+Json::Value parseDocument(const std::string& text) {
+    Json::CharReaderBuilder builder;
+    Json::Value root;
+    std::string errors;
+    std::istringstream stream(text);
+    if (!Json::parseFromStream(builder, stream, &root, &errors)) {
+        std::cout << "Failed to parse JSON: " << errors << std::endl;
+    }
+    return root;
+}
+
+}  // namespace
+
+const Json::Value& commandNode(const Json::Value& root, const char* key) { return root["Request"]["Set"][key]; }
+
+void fillParams(const CommandSpec& spec, const Json::Value& root) {
+    if (spec.params.empty()) {
+        return;
+    }
+    const Json::Value& node = commandNode(root, spec.key);
+    for (const ParamSpec& param : spec.params) {
+        std::visit(StoreParam{node[param.key]}, param.field);
+    }
+}
+
+void fillAndRaise(const CommandSpec& spec, const Inbound& in) {
+    std::lock_guard<std::mutex> lock(mailboxMutex());
+    fillParams(spec, in.root);
+    storePending(*spec.pending, 1);
+}
+
+}  // namespace robocomm
+
+void parseData(const std::string& message) {
+    using namespace robocomm;
+    const auto code = static_cast<uint8_t>(message[0]);
+    // Throws std::out_of_range for an empty message; the receive loop reports it.
+    const std::string body = message.substr(1);
+    const std::string text = plainBody(body);
+    const Json::Value root = parseDocument(text);
+    printFirstByte(code);
+
+    const CommandSpec* spec = findCommand(code);
+    if (spec == nullptr) {
+        std::cerr << "Unknown data format" << std::endl;
+        return;
+    }
+    spec->handle(*spec, Inbound{message, text, root});
+}
