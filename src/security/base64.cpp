@@ -47,6 +47,7 @@ std::string base64Encode(const unsigned char* data, unsigned long length) {
 std::vector<unsigned char> base64Decode(const std::string& text) {
     static const std::string alphabet(kAlphabet);
     std::vector<unsigned char> bytes;
+    bytes.reserve(text.size() / 4 * 3 + 2);
     unsigned char group[4] = {0, 0, 0, 0};
     size_t filled = 0;
     for (char c : text) {
