@@ -1,11 +1,13 @@
 // Brings the last map edit the client sent back from the encrypted store:
 // re-posted into its mailbox, or handed straight to the host.
 #include <iostream>
+#include <mutex>
 #include <sstream>
 #include <stdexcept>
 
 #include <json/json.h>
 
+#include "intake/mailbox_access.h"
 #include "robocomm/files.h"
 #include "robocomm/intake.h"
 #include "robocomm/security.h"
@@ -50,10 +52,13 @@ bool withStoredMapEdit(const char* entryPoint, UseRecord useRecord) {
 
 bool API_FileDataApply() {
     return withStoredMapEdit("API_FileDataApply", [](const ByPassOneData_t& record) {
-        // Posted exactly as the command parser posts a fresh request: record
-        // first, pending byte last.
-        static_cast<ByPassOneData_t&>(globalSetByPassOne) = record;
-        globalSetByPassOne.pending = 1;
+        // Posted exactly as the command parser posts a fresh request, under
+        // the mailbox lock, so that a code 71 arriving meanwhile cannot tear it.
+        {
+            std::lock_guard<std::mutex> lock(robocomm::mailboxMutex());
+            static_cast<ByPassOneData_t&>(globalSetByPassOne) = record;
+            robocomm::storePending(globalSetByPassOne.pending, 1);
+        }
         std::cout << "Bypass One Data parsed successfully. UID: " << record.uid << std::endl;
     });
 }

@@ -3,6 +3,7 @@
 #include "robocomm/jig.h"
 
 #include <iostream>
+#include <mutex>
 #include <utility>
 
 #include "robocomm/link.h"
@@ -12,6 +13,11 @@ JigData_t jigDataArray[JIG_COMMAND_COUNT];
 namespace {
 
 constexpr char JIG_MESSAGE_KIND = static_cast<char>(200);
+
+// The receive thread stores while a host thread collects. The jig protocol is
+// one block at a time, but a vector replaced under a reader would be torn
+// memory, so each slot update and hand-over is made whole under this lock.
+std::mutex tableMutex;
 
 void reportInvalidCommand(int command) {
     std::cerr << "Invalid command: " << command << std::endl;
@@ -29,6 +35,7 @@ void parseJigData(int command, const std::vector<unsigned char>& data) {
         reportInvalidCommand(command);
         return;
     }
+    std::lock_guard<std::mutex> lock(tableMutex);
     JigData_t& slot = jigDataArray[command];
     if (slot.length > 0) {
         std::cout << "Command " << command << " already has data. Overwriting existing data." << std::endl;
@@ -46,6 +53,7 @@ bool API_RecvJigData(int command, std::vector<unsigned char>& out) {
         reportInvalidCommand(command);
         return false;
     }
+    std::lock_guard<std::mutex> lock(tableMutex);
     JigData_t& slot = jigDataArray[command];
     if (slot.data.empty()) {
         return false;
