@@ -1,0 +1,62 @@
+// A map image far larger than one frame arrives whole and in order.
+#include <json/reader.h>
+
+#include <random>
+#include <sstream>
+#include <thread>
+#include <vector>
+
+#include "robocomm/responses.h"
+#include "robocomm/security.h"
+#include "support/server_test.h"
+
+namespace restest {
+namespace {
+
+using BigMapTest = robotest::ServerTest;
+
+std::vector<unsigned char> randomBytes(size_t size) {
+    std::mt19937 generator(20240611);
+    std::uniform_int_distribution<int> byte(0, 255);
+    std::vector<unsigned char> bytes(size);
+    for (unsigned char& b : bytes) b = static_cast<unsigned char>(byte(generator));
+    return bytes;
+}
+
+TEST_F(BigMapTest, FourMebibyteMapArrivesWholeInChunks) {
+    const std::vector<unsigned char> map = randomBytes(4 << 20);
+    const size_t textSize = createJsonMapDataC(640, 480, 0.05, -1, 2, map.data(), map.size()).size();
+    const size_t cipherSize = (textSize / 16 + 1) * 16;
+    const size_t expectedParts = (cipherSize + 32767) / 32768;
+
+    // The sender paces itself; it must run while we read, or the socket
+    // buffers fill up and its sends fail.
+    std::thread sender([&] { resGetMapDataB(map.data(), map.size(), 640, 480, 0.05, -1, 2); });
+    std::string payload;
+    size_t parts = 0;
+    while (parts < expectedParts) {
+        const auto frame = client().readFrame();
+        if (!frame) break;
+        ++parts;
+        EXPECT_EQ(frame->header.identifier, 15);
+        EXPECT_EQ(frame->header.object, 2);
+        EXPECT_EQ(frame->header.totalSize, cipherSize);
+        EXPECT_EQ(frame->header.totalParts, expectedParts);
+        EXPECT_EQ(frame->header.partNumber, parts);
+        EXPECT_EQ(frame->payload.size(), parts < expectedParts ? 32768 : cipherSize - (expectedParts - 1) * 32768);
+        payload += frame->payload;
+    }
+    sender.join();
+    ASSERT_EQ(parts, expectedParts);
+
+    Json::Value document;
+    std::istringstream text(decryptData(payload, key, iv));
+    ASSERT_TRUE(Json::parseFromStream(Json::CharReaderBuilder(), text, &document, nullptr));
+    const Json::Value& body = document["Response"]["Get"]["MapData"];
+    EXPECT_EQ(body["width"].asDouble(), 640);
+    EXPECT_EQ(body["posY"].asDouble(), 2);
+    EXPECT_TRUE(base64Decode(body["data"].asString()) == map) << "the map came back changed";
+}
+
+}  // namespace
+}  // namespace restest
