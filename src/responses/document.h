@@ -2,9 +2,9 @@
 // the payload, the text writer, and the two ways a document leaves.
 #pragma once
 
-#include <string>
-
 #include <json/value.h>
+
+#include <string>
 
 namespace robocomm {
 

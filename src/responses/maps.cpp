@@ -76,8 +76,7 @@ std::string createJsonLidarData(double front, double rear) {
 
 void resGetMapStatus(bool mapping, const std::string& data) { sendAnswer(createJsonMapStatus(mapping, data), 14); }
 
-void resGetMapDataS(const std::string& data, double width, double height, double resolution, double posX,
-                    double posY) {
+void resGetMapDataS(const std::string& data, double width, double height, double resolution, double posX, double posY) {
     sendAnswer(createJsonMapDataS(width, height, resolution, posX, posY, data), 15);
 }
 
@@ -85,8 +84,8 @@ void resGetMapDataS(const std::string& data, double width, double height, double
 // without dumping the image.
 void resGetMapDataB(const unsigned char* data, unsigned long size, double width, double height, double resolution,
                     double posX, double posY) {
-    std::cout << "Width: " << width << ", Height: " << height << ", Resolution: " << resolution
-              << ", posX: " << posX << ", posY: " << posY << std::endl;
+    std::cout << "Width: " << width << ", Height: " << height << ", Resolution: " << resolution << ", posX: " << posX
+              << ", posY: " << posY << std::endl;
     sendAnswer(createJsonMapDataC(width, height, resolution, posX, posY, data, size), 15);
 }
 

@@ -72,17 +72,14 @@ void resGetErrorList(const std::vector<ErrorRecord>& errors) {
 }
 
 void resGetTargetPositionCalculate(double time, double distance, double x, double y, double theta) {
-    robocomm::sendAnswer(createJsonTargetPositionCalculate(time, distance, x, y, theta),
-                         20);
+    robocomm::sendAnswer(createJsonTargetPositionCalculate(time, distance, x, y, theta), 20);
 }
 
 void resGetNotification(int code, const std::string& description) {
     robocomm::sendAnswer(createJsonNotification(code, description), 23);
 }
 
-void resGetAICalibration(int result) {
-    robocomm::sendAnswer(createJsonAICalibration(result), 25);
-}
+void resGetAICalibration(int result) { robocomm::sendAnswer(createJsonAICalibration(result), 25); }
 
 void resSetOTAdata(int progress, int state) {
     robocomm::sendPush(createJson_EmergencyMSG_OTAData(progress, state), robocomm::kOtaDataCode);

@@ -57,9 +57,7 @@ const char* resultName(int code) {
     return nullptr;
 }
 
-void sendResult(int code, bool ok) {
-    robocomm::sendAnswer(createJsonResult(code, ok), code);
-}
+void sendResult(int code, bool ok) { robocomm::sendAnswer(createJsonResult(code, ok), code); }
 
 }  // namespace
 

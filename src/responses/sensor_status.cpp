@@ -1,6 +1,6 @@
 // Answers that report one sensor or one robot quantity.
-#include <cmath>
 #include <climits>
+#include <cmath>
 #include <iostream>
 
 #include "responses/document.h"
@@ -40,8 +40,9 @@ std::string createJsonPosition(double x, double y, double theta) {
 }
 
 std::string createJsonLidarSensorStatus(int front, int rear) {
-    return answerDocument("LidarSensorStatus",
-                          [&](Json::Value& body) { setMembers(body, robocomm::kLidarMembers, {front, rear}); });
+    return answerDocument("LidarSensorStatus", [&](Json::Value& body) {
+        setMembers(body, robocomm::kLidarMembers, {front, rear});
+    });
 }
 
 std::string createJsonMotorStatus(double leftSpeed, double rightSpeed, double leftPower, double rightPower,
@@ -57,8 +58,9 @@ std::string createJsonCameraStatus(int status) {
 }
 
 std::string createJsonLineLaserStatus(double left, double right) {
-    return answerDocument("LineLaserStatus",
-                          [&](Json::Value& body) { setMembers(body, robocomm::kLineLaserMembers, {left, right}); });
+    return answerDocument("LineLaserStatus", [&](Json::Value& body) {
+        setMembers(body, robocomm::kLineLaserMembers, {left, right});
+    });
 }
 
 std::string createJsonTofStatus(int leftStatus, int leftDistance, int rightStatus, int rightDistance, int topStatus,
@@ -72,9 +74,9 @@ std::string createJsonTofStatus(int leftStatus, int leftDistance, int rightStatu
 std::string createJsonIRStatus(bool sensor1, bool sensor2, bool sensor3, bool sensor4, bool sensor5, bool sensor6,
                                bool stationIR1, bool stationIR2, bool stationIR3, bool stationIR4) {
     return answerDocument("IRStatus", [&](Json::Value& body) {
-        setMembers(body, robocomm::kIRMembers,
-                   {sensor1, sensor2, sensor3, sensor4, sensor5, sensor6, stationIR1, stationIR2, stationIR3,
-                    stationIR4});
+        setMembers(
+            body, robocomm::kIRMembers,
+            {sensor1, sensor2, sensor3, sensor4, sensor5, sensor6, stationIR1, stationIR2, stationIR3, stationIR4});
     });
 }
 
@@ -91,15 +93,13 @@ std::string createJsonSonicStatus(int leftStatus, bool leftSensing, int rightSta
 // Clients of this document read the charge state under "capacity" as well;
 // the capacity parameter has never been sent.
 std::string createJsonBatteryStatus(double voltage, double current, double temperature, double chargeState,
-                                    double /*capacity*/, double designCapacity, double percentage,
-                                    double supplyStatus, double supplyHealth, double supplyTechnology,
-                                    double present, double cellVoltage, double cellTemperature, double location,
-                                    const std::string& serialNumber) {
+                                    double /*capacity*/, double designCapacity, double percentage, double supplyStatus,
+                                    double supplyHealth, double supplyTechnology, double present, double cellVoltage,
+                                    double cellTemperature, double location, const std::string& serialNumber) {
     return answerDocument("BatteryStatus", [&](Json::Value& body) {
         setMembers(body, robocomm::kBatteryMembers,
-                   {voltage, current, temperature, chargeState, chargeState, designCapacity, percentage,
-                    supplyStatus, supplyHealth, supplyTechnology, present, cellVoltage, cellTemperature,
-                    location});
+                   {voltage, current, temperature, chargeState, chargeState, designCapacity, percentage, supplyStatus,
+                    supplyHealth, supplyTechnology, present, cellVoltage, cellTemperature, location});
         body["serialNumber"] = serialNumber;
     });
 }
@@ -216,8 +216,8 @@ void resGetTofStatus(int leftStatus, double leftDistance, int rightStatus, doubl
                6);
 }
 
-void resGetIRStatus(bool sensor1, bool sensor2, bool sensor3, bool sensor4, bool sensor5, bool sensor6,
-                    bool stationIR1, bool stationIR2, bool stationIR3, bool stationIR4) {
+void resGetIRStatus(bool sensor1, bool sensor2, bool sensor3, bool sensor4, bool sensor5, bool sensor6, bool stationIR1,
+                    bool stationIR2, bool stationIR3, bool stationIR4) {
     sendAnswer(createJsonIRStatus(sensor1, sensor2, sensor3, sensor4, sensor5, sensor6, stationIR1, stationIR2,
                                   stationIR3, stationIR4),
                7);
@@ -231,9 +231,9 @@ void resGetBatteryStatus(double voltage, double current, double temperature, dou
                          double designCapacity, double percentage, double supplyStatus, double supplyHealth,
                          double supplyTechnology, double present, double cellVoltage, double cellTemperature,
                          double location, const std::string& serialNumber) {
-    sendAnswer(createJsonBatteryStatus(voltage, current, temperature, chargeState, capacity, designCapacity,
-                                       percentage, supplyStatus, supplyHealth, supplyTechnology, present,
-                                       cellVoltage, cellTemperature, location, serialNumber),
+    sendAnswer(createJsonBatteryStatus(voltage, current, temperature, chargeState, capacity, designCapacity, percentage,
+                                       supplyStatus, supplyHealth, supplyTechnology, present, cellVoltage,
+                                       cellTemperature, location, serialNumber),
                9);
 }
 
@@ -243,9 +243,7 @@ void resGetRobotInfo(const std::string& serialNumber, int status) {
     sendAnswer(createJsonRobotInfo(serialNumber, status), 11);
 }
 
-void resGetTargetPosition(double x, double y, double theta) {
-    sendAnswer(createJsonTargetPosition(x, y, theta), 13);
-}
+void resGetTargetPosition(double x, double y, double theta) { sendAnswer(createJsonTargetPosition(x, y, theta), 13); }
 
 void resGetRobotSpeed(double mS, double radS) { sendAnswer(createJsonRobotSpeed(mS, radS), 19); }
 
@@ -262,8 +260,7 @@ void resGetRecvIRStatus(bool recvIR1, bool recvIR2, bool recvIR3, bool recvIR4) 
     sendAnswer(createJsonRecvIRStatus(recvIR1, recvIR2, recvIR3, recvIR4), 32);
 }
 
-void resGetCliffIRStatus(bool cliffIR1, bool cliffIR2, bool cliffIR3, bool cliffIR4, bool cliffIR5,
-                         bool cliffIR6) {
+void resGetCliffIRStatus(bool cliffIR1, bool cliffIR2, bool cliffIR3, bool cliffIR4, bool cliffIR5, bool cliffIR6) {
     sendAnswer(createJsonCliffIRStatus(cliffIR1, cliffIR2, cliffIR3, cliffIR4, cliffIR5, cliffIR6), 33);
 }
 

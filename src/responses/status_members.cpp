@@ -5,8 +5,7 @@
 namespace robocomm {
 namespace {
 
-constexpr const char* kObjectMembers[] = {"classID", "confidence", "x",      "y",
-                                          "theta",   "width",      "height", "distance"};
+constexpr const char* kObjectMembers[] = {"classID", "confidence", "x", "y", "theta", "width", "height", "distance"};
 constexpr const char* kPointMembers[] = {"x", "y", "theta", "direction", "height", "distance"};
 
 template <typename Record, typename Fill>

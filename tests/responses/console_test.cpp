@@ -23,7 +23,7 @@ struct TruncationCase {
 
 TEST(TruncateToPrecision, RoundsTowardMinusInfinity) {
     const TruncationCase cases[] = {
-        {1.23456, 3, 1.234}, {-1.23456, 3, -1.235}, {2.5, 0, 2.0},  {-2.5, 0, -3.0},
+        {1.23456, 3, 1.234}, {-1.23456, 3, -1.235}, {2.5, 0, 2.0},    {-2.5, 0, -3.0},
         {0.0004, 3, 0.0},    {-0.0004, 3, -0.001},  {1.999, 2, 1.99}, {1234.5, -2, 1200.0},
     };
     for (const TruncationCase& c : cases) {
@@ -81,7 +81,9 @@ TEST_F(NoClientTest, AnswersAndPushesReturnAfterTheComplaint) {
         [&] { resGetModifiedMapDataB(bytes, sizeof bytes, 1, 2); },
         [] { resGetErrorList({}); },
         [] { resSetOTAdata(40, 1); },
-        [] { EmergencyMSG_ERROR({{1, 2, "E"}}); },
+        [] {
+            EmergencyMSG_ERROR({{1, 2, "E"}});
+        },
         [] { EmergencyMSG_OTA(1, 40, "v"); },
     };
     for (size_t i = 0; i < std::size(answers); ++i) {

@@ -23,10 +23,8 @@ std::string envelope(const std::string& top, const std::string& second, const st
                      const std::string& body) {
     const std::string payload = indentLines(body, "      ");
     const bool multiline = payload.find('\n') != std::string::npos;
-    const std::string member =
-        "      \"" + name + "\" :" + (multiline ? "\n" + payload : " " + payload.substr(6));
-    return writerText("{\n  \"" + top + "\" :\n  {\n    \"" + second + "\" :\n    {\n" + member +
-                      "\n    }\n  }\n}");
+    const std::string member = "      \"" + name + "\" :" + (multiline ? "\n" + payload : " " + payload.substr(6));
+    return writerText("{\n  \"" + top + "\" :\n  {\n    \"" + second + "\" :\n    {\n" + member + "\n    }\n  }\n}");
 }
 
 }  // namespace
