@@ -10,8 +10,11 @@
 #include "robocomm/export.h"
 #include "robocomm/records.h"
 
-// The one file of the encrypted store.
+// The one file of the encrypted store. C linkage keeps the symbol a plain
+// name despite the string's ABI tag.
+ROBOCOMM_C_BEGIN
 ROBOCOMM_API extern std::string mapEditFilePath;
+ROBOCOMM_C_END
 
 // Largest log archive that is sent (200 MiB).
 constexpr uint64_t MAX_SIZE_LOG = 209715200;

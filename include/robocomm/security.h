@@ -20,7 +20,10 @@ enum EncryptionError {
 };
 
 // Pass phrase the key and IV are derived from; both ends of the link share it.
+// C linkage keeps the symbol a plain name despite the string's ABI tag.
+ROBOCOMM_C_BEGIN
 ROBOCOMM_API extern std::string password;
+ROBOCOMM_C_END
 // Derived at run time by start_server or API_GenerateKey; zero until then.
 ROBOCOMM_API extern unsigned char key[16];
 ROBOCOMM_API extern unsigned char iv[16];
