@@ -33,6 +33,13 @@ std::vector<BlockArea_t> parseAreas(const Json::Value& list, const char* listNam
     return areas;
 }
 
+// Rooms and areas carry their outline twice: in robot and in image coordinates.
+template <class Shape>
+void readPaths(const Json::Value& v, Shape& shape) {
+    shape.robot_path = parsePath(v["robot_path"]);
+    shape.image_path = parsePath(v["image_path"]);
+}
+
 template <class Station>
 Station parseStation(const Json::Value& v) {
     Station station;
@@ -57,16 +64,14 @@ Room_t parseRoom(const Json::Value& v) {
     room.name = v["name"].asString();
     room.color = v["color"].asString();
     room.desc = v["desc"].asString();
-    room.robot_path = parsePath(v["robot_path"]);
-    room.image_path = parsePath(v["image_path"]);
+    readPaths(v, room);
     return room;
 }
 
 BlockArea_t parseBlockArea(const Json::Value& v) {
     BlockArea_t area;
     area.id = v["id"].asString();
-    area.robot_path = parsePath(v["robot_path"]);
-    area.image_path = parsePath(v["image_path"]);
+    readPaths(v, area);
     return area;
 }
 

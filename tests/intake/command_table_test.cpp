@@ -37,6 +37,33 @@ Polled flag() {
     return {Poll(), {}};
 }
 
+template <uint8_t (*Poll)(int32_t*)>
+Polled setValue() {
+    int32_t out = 0;
+    const uint8_t pending = Poll(&out);
+    return {pending, {{"set", out}}};
+}
+
+template <uint8_t (*Poll)(bool*)>
+Polled startValue() {
+    bool out = false;
+    const uint8_t pending = Poll(&out);
+    return {pending, {{"start", out}}};
+}
+
+template <uint8_t (*Poll)(double*)>
+Polled pose() {
+    double out[3] = {7, 7, 7};
+    const uint8_t pending = Poll(out);
+    return {pending, {{"x", out[0]}, {"y", out[1]}, {"theta", out[2]}}};
+}
+
+template <uint8_t (*Poll)(std::vector<unsigned char>*)>
+Polled bytes() {
+    std::vector<unsigned char> out;
+    return {Poll(&out), {}};
+}
+
 const std::map<int, std::function<Polled()>>& pollers() {
     static const std::map<int, std::function<Polled()>> table = {
         {1, flag<reqGetPosition>},
@@ -57,11 +84,7 @@ const std::map<int, std::function<Polled()>>& pollers() {
         {16, flag<reqGetLidarData>},
         {17, flag<reqGetModifiedMapData>},
         {19, flag<reqGetRobotSpeed>},
-        {20, [] {
-             double out[3] = {7, 7, 7};
-             const uint8_t pending = reqGetTargetPositionCalculate(out);
-             return Polled{pending, {{"x", out[0]}, {"y", out[1]}, {"theta", out[2]}}};
-         }},
+        {20, pose<reqGetTargetPositionCalculate>},
         {21, flag<reqGetRobotStatus>},
         {22, flag<reqGetActionStatus>},
         {23, flag<reqGetNotification>},
@@ -105,32 +128,16 @@ const std::map<int, std::function<Polled()>>& pollers() {
              const uint8_t pending = reqSetMotorManual_VW(out);
              return Polled{pending, {{"mS", out[0]}, {"radS", out[1]}}};
          }},
-        {60, [] {
-             double out[3] = {0, 0, 0};
-             const uint8_t pending = reqSetTargetPosition(out);
-             return Polled{pending, {{"x", out[0]}, {"y", out[1]}, {"theta", out[2]}}};
-         }},
-        {61, [] {
-             int32_t out = 0;
-             const uint8_t pending = reqSetDriving(&out);
-             return Polled{pending, {{"set", out}}};
-         }},
-        {62, [] {
-             int32_t out = 0;
-             const uint8_t pending = reqSetMapping(&out);
-             return Polled{pending, {{"set", out}}};
-         }},
+        {60, pose<reqSetTargetPosition>},
+        {61, setValue<reqSetDriving>},
+        {62, setValue<reqSetMapping>},
         {63, [] {
              std::string out;
              const uint8_t pending = reqSetModifiedMapDataS(&out);
              return Polled{pending, {{"data", out}}};
          }},
         {64, flag<reqSetheartbeat>},
-        {65, [] {
-             int32_t out = 0;
-             const uint8_t pending = reqSetExcelSteps(&out);
-             return Polled{pending, {{"set", out}}};
-         }},
+        {65, setValue<reqSetExcelSteps>},
         {66, [] {
              Rotation_t out{};
              const uint8_t pending = reqSetRotation(&out);
@@ -143,43 +150,21 @@ const std::map<int, std::function<Polled()>>& pollers() {
                            {{"year", out.year}, {"month", out.month}, {"day", out.day}, {"hour", out.hour},
                             {"minute", out.minute}, {"second", out.second}}};
          }},
-        {70, [] {
-             std::vector<unsigned char> out;
-             return Polled{reqSetIntegrationModifiedMapDataB(&out), {}};
-         }},
+        {70, bytes<reqSetIntegrationModifiedMapDataB>},
         {71, [] {
              ByPassOneData_t out;
              return Polled{reqSetByPassOneData(&out), {}};
          }},
-        {72, [] {
-             std::vector<unsigned char> out;
-             return Polled{reqSetIntegrationModifiedMapDataB(&out), {}};
-         }},
+        {72, bytes<reqSetIntegrationModifiedMapDataB>},
         {73, [] {
              PGMMapDataB_t out{};
              const uint8_t pending = reqSetPGMMapData(&out);
              return Polled{pending, {{"name", out.name}}};
          }},
-        {74, [] {
-             bool out = false;
-             const uint8_t pending = reqSetFactoryMode(&out);
-             return Polled{pending, {{"start", out}}};
-         }},
-        {75, [] {
-             bool out = false;
-             const uint8_t pending = reqSetBatterySleepMode(&out);
-             return Polled{pending, {{"start", out}}};
-         }},
-        {76, [] {
-             bool out = false;
-             const uint8_t pending = reqSetSensorInspectionMode(&out);
-             return Polled{pending, {{"start", out}}};
-         }},
-        {77, [] {
-             double out[3] = {0, 0, 0};
-             const uint8_t pending = reqSetStationRepositioning(out);
-             return Polled{pending, {{"x", out[0]}, {"y", out[1]}, {"theta", out[2]}}};
-         }},
+        {74, startValue<reqSetFactoryMode>},
+        {75, startValue<reqSetBatterySleepMode>},
+        {76, startValue<reqSetSensorInspectionMode>},
+        {77, pose<reqSetStationRepositioning>},
         {80, [] {
              OTAInfo_t out{};
              const uint8_t pending = reqSetOTA(&out);
@@ -193,23 +178,11 @@ const std::map<int, std::function<Polled()>>& pollers() {
          }},
         {83, flag<reqSetFactoryReset>},
         {84, flag<reqSetRecovery>},
-        {90, [] {
-             int32_t out = 0;
-             const uint8_t pending = reqSetDockingState(&out);
-             return Polled{pending, {{"set", out}}};
-         }},
+        {90, setValue<reqSetDockingState>},
         {100, [] { return Polled{static_cast<uint8_t>(RecvErrorRes()), {}}; }},
         {101, flag<reqGetLidarSensorStatus>},
-        {251, [] {
-             int32_t out = 0;
-             const uint8_t pending = reqSetSettingCommand(&out);
-             return Polled{pending, {{"set", out}}};
-         }},
-        {252, [] {
-             int32_t out = 0;
-             const uint8_t pending = reqSetConfigCommand(&out);
-             return Polled{pending, {{"set", out}}};
-         }},
+        {251, setValue<reqSetSettingCommand>},
+        {252, setValue<reqSetConfigCommand>},
     };
     return table;
 }
