@@ -7,6 +7,7 @@
 
 #include <json/json.h>
 
+#include "intake/command_table.h"
 #include "intake/mailbox_access.h"
 #include "robocomm/files.h"
 #include "robocomm/intake.h"
@@ -36,9 +37,8 @@ bool withStoredMapEdit(const char* entryPoint, UseRecord useRecord) {
             std::cout << "Failed to parse JSON: " << errors << std::endl;
             return false;
         }
-        // Read-only access: a document without the path yields an empty record.
-        const Json::Value& document = root;
-        useRecord(parseBypassOneData(document["Request"]["Set"]["ByPass"]));
+        // Read-only access: a document without the edit yields an empty record.
+        useRecord(parseBypassOneData(robocomm::commandNode(root, "ByPass")));
         return true;
     } catch (const std::exception& e) {
         std::cout << "Exception caught in " << entryPoint << ": " << e.what() << std::endl;
