@@ -1,0 +1,160 @@
+#include "client/link.h"
+
+#include <json/reader.h>
+#include <json/writer.h>
+
+#include <algorithm>
+#include <memory>
+#include <sstream>
+#include <thread>
+#include <vector>
+
+#include "client/failure.h"
+#include "robocomm/security.h"
+
+namespace robocomm::client {
+
+namespace {
+
+// The robot polls its socket every 100 ms; a longer gap keeps two frames
+// out of one read.
+constexpr Millis kFramePause{150};
+// No robot answer is larger than a full-size log bundle and its padding.
+constexpr size_t kMaxMessage = 256u << 20;
+
+std::string seconds(Millis wait) {
+    std::ostringstream text;
+    text << static_cast<double>(wait.count()) / 1000.0 << " s";
+    return text.str();
+}
+
+// Payload bytes of this frame in the chunked layout.
+size_t chunkLength(const FrameHeader& header) {
+    if (header.partNumber == 0) return 0;
+    const size_t start = static_cast<size_t>(header.partNumber - 1) * kChunkPayload;
+    if (start >= header.totalSize) return 0;
+    return std::min(kChunkPayload, header.totalSize - start);
+}
+
+}  // namespace
+
+std::string frameBytes(const FrameHeader& header, const std::string& payload) {
+    std::string frame(kHeaderSize, '\0');
+    writeHeader(header, reinterpret_cast<unsigned char*>(frame.data()));
+    return frame + payload;
+}
+
+std::string compactJson(const Json::Value& value) {
+    Json::StreamWriterBuilder writer;
+    writer["indentation"] = "";
+    return Json::writeString(writer, value);
+}
+
+Link::Link(const LinkOptions& options)
+    : options_(options), connection_(options.host, options.port, options.timeout) {
+    generateKeyAndIV(options.passPhrase.empty() ? password : options.passPhrase, key_, iv_);
+}
+
+void Link::waitForPause() { std::this_thread::sleep_until(lastFrame_ + kFramePause); }
+
+void Link::sendCommand(uint8_t code, const std::string& json) {
+    std::string payload = json;
+    if (!options_.plain) {
+        std::vector<unsigned char> sealed;
+        encryptData(json, sealed, key_, iv_);
+        payload.assign(sealed.begin(), sealed.end());
+    }
+    if (payload.size() > kChunkPayload)
+        throw Failure(Exit::Usage, "the command is " + std::to_string(payload.size()) +
+                                       " bytes on the wire; the robot takes at most " +
+                                       std::to_string(kChunkPayload) + " (one frame)");
+    const FrameHeader header{static_cast<uint32_t>(payload.size()), 1, 1, code, 1};
+    sendFrame(frameBytes(header, payload));
+}
+
+void Link::sendFrame(const std::string& frame) {
+    waitForPause();
+    connection_.write(frame, Deadline::after(options_.timeout));
+    lastFrame_ = Clock::now();
+}
+
+void Link::sendRaw(const char* data, size_t size) {
+    connection_.write(data, size, Deadline::after(options_.timeout));
+    lastFrame_ = Clock::now();
+}
+
+std::optional<FrameHeader> Link::peekHeader(Deadline deadline) {
+    if (!connection_.await(kHeaderSize, deadline)) return std::nullopt;
+    return readHeader(reinterpret_cast<const unsigned char*>(connection_.buffered().data()));
+}
+
+std::optional<Message> Link::receive(Deadline deadline) {
+    for (;;) {
+        const auto header = peekHeader(deadline);
+        if (!header) return std::nullopt;
+        if (header->totalSize > kMaxMessage)
+            throw Failure(Exit::BadData, "the robot announced a message of " + std::to_string(header->totalSize) +
+                                             " bytes; not a frame of this protocol");
+        const size_t length = chunkLength(*header);
+        if (!connection_.await(kHeaderSize + length, deadline)) return std::nullopt;
+        connection_.take(kHeaderSize);
+        const uint16_t slot = static_cast<uint16_t>(header->identifier << 8 | header->object);
+        std::string& partial = partials_[slot];
+        if (header->partNumber <= 1) partial.clear();
+        partial += connection_.take(length);
+        if (header->partNumber < header->totalParts) continue;
+        Message message{header->identifier, header->object, std::move(partial)};
+        partials_.erase(slot);
+        return message;
+    }
+}
+
+Message Link::awaitCode(uint8_t code, const std::function<void(const Message&)>& others) {
+    for (;;) {
+        auto message = receive(Deadline::after(options_.timeout));
+        if (!message)
+            throw Failure(Exit::Timeout, "no answer to command " + std::to_string(code) + " within " +
+                                             seconds(options_.timeout));
+        if (message->code == code) return std::move(*message);
+        if (others) others(*message);
+    }
+}
+
+std::string Link::receiveBytes(size_t n, const std::function<void(size_t)>& progress) {
+    std::string bytes;
+    bytes.reserve(n);
+    while (bytes.size() < n) {
+        if (!connection_.await(1, Deadline::after(options_.timeout)))
+            throw Failure(Exit::Timeout, "the robot stopped sending after " + std::to_string(bytes.size()) + " of " +
+                                             std::to_string(n) + " bytes");
+        bytes += connection_.take(std::min(n - bytes.size(), connection_.buffered().size()));
+        progress(bytes.size());
+    }
+    return bytes;
+}
+
+std::string Link::open(const std::string& payload, uint8_t code) {
+    if (options_.plain) return payload;
+    std::string text = decryptData(payload, key_, iv_);
+    if (text.empty())
+        throw Failure(Exit::BadData, "cannot decipher the robot's message " + std::to_string(code) +
+                                         ": wrong pass phrase, or encryption is off on the robot (try --plain)");
+    return text;
+}
+
+std::string Link::open(const Message& message) { return open(message.payload, message.code); }
+
+Json::Value Link::document(const Message& message) {
+    const std::string text = open(message);
+    Json::CharReaderBuilder builder;
+    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+    Json::Value root;
+    std::string errors;
+    if (!reader->parse(text.data(), text.data() + text.size(), &root, &errors)) {
+        const char* hint = options_.plain ? " (is encryption on at the robot? drop --plain)" : "";
+        throw Failure(Exit::BadData, "message " + std::to_string(message.code) + " is not JSON" + hint);
+    }
+    return root;
+}
+
+}  // namespace robocomm::client

@@ -1,0 +1,83 @@
+// The client's side of the robot link: frames, the payload cipher, and the
+// pacing the robot's receive loop needs (it takes each socket read as one
+// frame, so frames must not run together).
+#pragma once
+
+#include <json/value.h>
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+
+#include "client/connection.h"
+#include "link/frame.h"
+
+namespace robocomm::client {
+
+struct LinkOptions {
+    std::string host = "127.0.0.1";
+    uint16_t port = 10001;
+    // Encryption switched off on the robot (APISetEnc(0)).
+    bool plain = false;
+    // Empty: the pass phrase built into the library.
+    std::string passPhrase;
+    // Longest silence accepted from the robot, and the connect patience.
+    Millis timeout{5000};
+};
+
+// One whole message from the robot, its payload as it travelled.
+struct Message {
+    uint8_t code;
+    uint8_t kind;
+    std::string payload;
+};
+
+class Link {
+public:
+    explicit Link(const LinkOptions& options);
+
+    const LinkOptions& options() const { return options_; }
+
+    // Enciphers the document (unless plain) and sends it as one frame. The
+    // robot delivers single-frame commands only.
+    void sendCommand(uint8_t code, const std::string& json);
+    // One frame exactly as given.
+    void sendFrame(const std::string& frame);
+    // Raw stream bytes that may run together with what precedes them.
+    void sendRaw(const char* data, size_t size);
+
+    // Header of the next frame, left buffered; nullopt at the deadline.
+    std::optional<FrameHeader> peekHeader(Deadline deadline);
+    // The next whole message in the chunked layout; nullopt at the deadline.
+    std::optional<Message> receive(Deadline deadline);
+    // The next message carrying `code`; every other goes to `others`. Throws
+    // Failure(Timeout) after `timeout` of silence.
+    Message awaitCode(uint8_t code, const std::function<void(const Message&)>& others = {});
+    // Exactly n raw bytes (stream layout), reporting the count so far.
+    std::string receiveBytes(size_t n, const std::function<void(size_t)>& progress);
+
+    // The payload as plain text; throws Failure(BadData) when it does not decipher.
+    std::string open(const Message& message);
+    std::string open(const std::string& payload, uint8_t code);
+    // The payload parsed as JSON; throws Failure(BadData).
+    Json::Value document(const Message& message);
+
+private:
+    void waitForPause();
+
+    LinkOptions options_;
+    Connection connection_;
+    unsigned char key_[16];
+    unsigned char iv_[16];
+    Clock::time_point lastFrame_{};
+    // Messages of several frames under way, by code and kind.
+    std::map<uint16_t, std::string> partials_;
+};
+
+std::string frameBytes(const FrameHeader& header, const std::string& payload);
+// Compact one-line JSON.
+std::string compactJson(const Json::Value& value);
+
+}  // namespace robocomm::client

@@ -1,0 +1,31 @@
+// The command vocabulary as the operator types it: kebab-case names for the
+// library's command table, and the request documents built from arguments.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "intake/command_table.h"
+
+namespace robocomm::client {
+
+// "TargetPosition" -> "target-position", "MotorManual_RPM" -> "motor-manual-rpm".
+std::string kebabName(const std::string& name);
+
+// The command of this kind with this name; case, '-' and '_' do not matter.
+// Throws Failure(Usage) for an unknown name.
+const CommandSpec& findByName(CommandKind kind, const std::string& name);
+// Throws Failure(Usage) for a code outside the table.
+const CommandSpec& findByCode(int code);
+
+// "set target-position <x> <y> <theta>"
+std::string synopsis(const CommandSpec& spec);
+
+// The request document for the command, parameters taken from `args` in
+// table order. Throws Failure(Usage) for a wrong count or a bad value.
+std::string requestDocument(const CommandSpec& spec, const std::vector<std::string>& args);
+
+// Commands the robot takes without answering.
+bool expectsAnswer(const CommandSpec& spec);
+
+}  // namespace robocomm::client

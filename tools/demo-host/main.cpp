@@ -1,0 +1,196 @@
+// robocomm-demo-host: a simulated robot control program, and the example to
+// read first when writing a host program for robocomm.
+//
+// A host program does four things with the library, all through robocomm.h:
+//   1. start_server() once: the library serves one remote client on TCP port
+//      10001, on a thread of its own.
+//   2. In its control loop, poll every command's mailbox (req...): a poll
+//      returns 1 once per command received and hands over its parameters.
+//   3. Answer each command with its res... function (serve.cpp shows all).
+//   4. stop_server() before it exits.
+// The library writes a verbose trace to stdout and stderr; this program sends
+// it to <run folder>/robocomm.log and keeps its own terminal for its messages.
+#include <robocomm.h>
+
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+#include <string>
+#include <thread>
+
+#include "robot.h"
+#include "serve.h"
+
+namespace {
+
+constexpr uint16_t kPort = 10001;
+constexpr auto kTick = std::chrono::milliseconds(20);
+// A client that sent nothing for this long is taken to be gone.
+constexpr auto kClientPresence = std::chrono::seconds(3);
+
+volatile std::sig_atomic_t stopRequested = 0;
+// The terminal the program started with; the library's output goes elsewhere.
+int hostOut = STDOUT_FILENO;
+
+struct Options {
+    bool plain = false;
+    std::string runFolder;
+};
+
+const char kUsage[] = R"(usage: robocomm-demo-host [--plain] [--run-dir DIR]
+  --plain        serve with payload encryption off (APISetEnc(0))
+  --run-dir DIR  folder for the library log, the map-edit file and the robot's
+                 logs (default: a new folder under /tmp, kept after exit)
+)";
+
+bool parseOptions(int argc, char** argv, Options& options) {
+    for (int i = 1; i < argc; ++i) {
+        const std::string arg = argv[i];
+        if (arg == "--plain") options.plain = true;
+        else if (arg == "--run-dir" && i + 1 < argc) options.runFolder = argv[++i];
+        else return false;
+    }
+    return true;
+}
+
+bool makeRunFolder(Options& options) {
+    if (options.runFolder.empty()) {
+        char pattern[] = "/tmp/robocomm-demo-XXXXXX";
+        if (!mkdtemp(pattern)) return false;
+        options.runFolder = pattern;
+    }
+    ::mkdir(options.runFolder.c_str(), 0755);
+    ::mkdir((options.runFolder + "/logs").c_str(), 0755);
+    struct stat info {};
+    return ::stat((options.runFolder + "/logs").c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+// The library ends the whole process when it cannot bind its port, so find
+// out beforehand and say why.
+bool portIsFree() {
+    const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const int one = 1;
+    ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &one, sizeof one);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(kPort);
+    const bool free = ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+    ::close(fd);
+    return free;
+}
+
+// True once the library's server is in the kernel's table of listening sockets.
+bool serverListening() {
+    char port[8];
+    std::snprintf(port, sizeof port, ":%04X", kPort);
+    std::ifstream table("/proc/net/tcp");
+    std::string line;
+    std::getline(table, line);  // column titles
+    while (std::getline(table, line)) {
+        std::istringstream fields(line);
+        std::string slot, local, remote, state;
+        fields >> slot >> local >> remote >> state;
+        if (local.size() > 5 && local.compare(local.size() - 5, 5, port) == 0 && state == "0A") return true;
+    }
+    return false;
+}
+
+void redirectLibraryOutput(const std::string& logPath) {
+    std::fflush(stdout);
+    hostOut = ::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
+    const int log = ::open(logPath.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+    ::dup2(log, STDOUT_FILENO);
+    ::dup2(log, STDERR_FILENO);
+    ::close(log);
+    std::setvbuf(stdout, nullptr, _IOLBF, 0);
+}
+
+}  // namespace
+
+namespace demo {
+
+void say(const std::string& line) {
+    const std::string text = line + "\n";
+    // One write per line: the library's thread says things too (the clock).
+    (void)!::write(hostOut, text.data(), text.size());
+}
+
+}  // namespace demo
+
+// The clock command (code 67) sets the system clock from inside the library.
+// A demo must never change the machine's clock, so this program defines
+// settimeofday itself: the dynamic linker binds the library's call to this
+// definition, which only reports the time the robot would have set.
+extern "C" int settimeofday(const struct timeval* tv, const struct timezone*) noexcept {
+    char text[32] = "?";
+    std::tm utc{};
+    const std::time_t seconds = tv->tv_sec;
+    if (gmtime_r(&seconds, &utc)) std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S UTC", &utc);
+    demo::say(std::string("clock: the robot's clock would be set to ") + text + " (the demo leaves it alone)");
+    return 0;
+}
+
+int main(int argc, char** argv) {
+    Options options;
+    if (!parseOptions(argc, argv, options)) {
+        std::cerr << kUsage;
+        return 2;
+    }
+    if (!makeRunFolder(options)) {
+        std::cerr << "robocomm-demo-host: cannot create the run folder " << options.runFolder << "\n";
+        return 1;
+    }
+    if (!portIsFree()) {
+        std::cerr << "robocomm-demo-host: port " << kPort << " is in use (is another robot running?)\n";
+        return 1;
+    }
+
+    // Ctrl-C and SIGTERM end the loop; a client that vanishes mid-answer
+    // must not kill the robot with SIGPIPE.
+    std::signal(SIGINT, [](int) { stopRequested = 1; });
+    std::signal(SIGTERM, [](int) { stopRequested = 1; });
+    std::signal(SIGPIPE, SIG_IGN);
+
+    redirectLibraryOutput(options.runFolder + "/robocomm.log");
+    // The library keeps the map-edit document (command 71) in this file.
+    mapEditFilePath = options.runFolder + "/MapEdit.bin";
+    if (options.plain) APISetEnc(0);
+
+    demo::Robot robot;
+    robot.logFolder = options.runFolder + "/logs";
+    robot.note("demo robot powered on");
+
+    start_server();
+    for (int i = 0; i < 100 && !serverListening(); ++i) std::this_thread::sleep_for(kTick);
+    demo::say("demo host: serving port " + std::to_string(kPort) + " with encryption " +
+              (options.plain ? "off" : "on") + "; run folder " + options.runFolder + ", library log " +
+              options.runFolder + "/robocomm.log");
+
+    using Clock = std::chrono::steady_clock;
+    auto last = Clock::now();
+    auto lastContact = last - kClientPresence;
+    while (!stopRequested) {
+        std::this_thread::sleep_for(kTick);
+        const auto now = Clock::now();
+        robot.step(std::chrono::duration<double>(now - last).count());
+        last = now;
+        if (demo::serveMailboxes(robot) > 0) lastContact = now;
+        demo::serveErrorPushes(robot, now - lastContact < kClientPresence);
+    }
+
+    stop_server();
+    demo::say("demo host: stopped");
+    return 0;
+}
