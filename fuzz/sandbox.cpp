@@ -1,0 +1,57 @@
+#include "sandbox.h"
+
+#include <sys/time.h>
+
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <iostream>
+#include <string>
+
+#include "robocomm/files.h"
+#include "robocomm/link.h"
+#include "robocomm/security.h"
+
+// TimeData sets the clock: here it lands on this stand-in, never on the
+// machine's clock.
+extern "C" int settimeofday(const struct timeval*, const struct timezone*) noexcept { return 0; }
+
+namespace {
+
+// A map-edit file that cannot be opened ends the process, and the default
+// path lies outside any folder of ours.
+class Sandbox {
+public:
+    Sandbox() {
+        char pattern[] = "/tmp/robocomm-fuzz-XXXXXX";
+        if (!mkdtemp(pattern)) std::abort();
+        folder_ = pattern;
+        mapEditFilePath = folder_ + "/MapEdit.bin";
+        API_GenerateKey();
+        clientfd = -1;
+    }
+    ~Sandbox() { std::filesystem::remove_all(folder_); }
+    Sandbox(const Sandbox&) = delete;
+    Sandbox& operator=(const Sandbox&) = delete;
+
+private:
+    std::string folder_;
+};
+
+}  // namespace
+
+namespace robofuzz {
+
+void enterSandbox() { static Sandbox sandbox; }
+
+void runReceivePass(const std::function<void()>& pass) {
+    try {
+        pass();
+    } catch (const std::exception& e) {
+        std::cerr << "Exception occurred: " << e.what() << std::endl;
+    } catch (...) {
+        std::cerr << "Unknown exception occurred" << std::endl;
+    }
+}
+
+}  // namespace robofuzz
