@@ -133,15 +133,22 @@ TEST_F(ServerTest, SilenceDropsThePartialMessageButKeepsTheClient) {
     EXPECT_TRUE(linktest::commandDelivered(client()));
 }
 
-TEST_F(ServerTest, ServerAcceptsTheNextClientWhenOneLeaves) {
+// One client at a time: a second one waits in the listen backlog until the
+// first leaves.
+TEST_F(ServerTest, SecondClientIsServedWhenTheFirstLeaves) {
     robotest::OutputCapture capture;
-    client().close();
     robotest::LinkClient next;
     ASSERT_TRUE(next.connected());
-    const bool delivered = linktest::commandDelivered(next);
+    globalGetPosition.pending = 0;
+    next.sendCommand(1, "{}");
+    const bool servedTooEarly = globalGetPosition.pending != 0;
+    client().close();
+    const bool served = linktest::waitUntil([] { return globalGetPosition.pending == 1; });
+    globalGetPosition.pending = 0;
     const auto output = capture.finish();
 
-    EXPECT_TRUE(delivered);
+    EXPECT_FALSE(servedTooEarly);
+    EXPECT_TRUE(served);
     const std::string out = robotest::withoutPollLines(output.out);
     EXPECT_TRUE(contains(out, "Connection closed by peer Test \nWaiting for connection...\nClient connected\n")) << out;
     EXPECT_TRUE(contains(output.err, kSeparator + "\n" + kSeparator + "\nClosing client connection\n"));
