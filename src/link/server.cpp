@@ -68,7 +68,7 @@ void dropPartialMessage(robocomm::Connection& connection, const char* note) {
     robocomm::logErr() << robocomm::kReceiveSeparator;
 }
 
-// What ended the serving of a client.
+// What one poll means for the client being served.
 enum class Pass { Continue, ClientGone, ThreadEnds };
 
 Pass waitForData(robocomm::Connection& connection) {
