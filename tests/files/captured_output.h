@@ -1,26 +1,15 @@
-// Both standard streams of one call, captured at the descriptor level.
+// Both standard streams of one call.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <string>
+#include "support/output_capture.h"
 
 namespace filestest {
 
-struct Output {
-    std::string out;
-    std::string err;
-};
-
 template <typename Call>
-Output captured(Call call) {
-    testing::internal::CaptureStdout();
-    testing::internal::CaptureStderr();
+robotest::CapturedOutput captured(Call call) {
+    robotest::OutputCapture capture;
     call();
-    Output output;
-    output.out = testing::internal::GetCapturedStdout();
-    output.err = testing::internal::GetCapturedStderr();
-    return output;
+    return capture.finish();
 }
 
 }  // namespace filestest
