@@ -1,4 +1,4 @@
-// Shared by the intake tests: output capture, message building and a fixture
+// Shared by the intake tests: output capture of one call, message building and a fixture
 // that starts every test from empty mailboxes with encryption off.
 #pragma once
 
@@ -8,22 +8,16 @@
 #include <cstdint>
 #include <string>
 
+#include "support/output_capture.h"
+
 namespace intaketest {
 
-struct Output {
-    std::string out;
-    std::string err;
-};
-
+// Both streams of one call.
 template <class Call>
-Output captureOutput(Call&& call) {
-    testing::internal::CaptureStdout();
-    testing::internal::CaptureStderr();
+robotest::CapturedOutput captureOutput(Call&& call) {
+    robotest::OutputCapture capture;
     call();
-    Output output;
-    output.out = testing::internal::GetCapturedStdout();
-    output.err = testing::internal::GetCapturedStderr();
-    return output;
+    return capture.finish();
 }
 
 // {"Request":{"Set":{key: params}}} as compact text.

@@ -14,6 +14,7 @@
 #include "robocomm/intake.h"
 #include "robocomm/security.h"
 #include "support/fake_clock.h"
+#include "support/output_capture.h"
 #include "support/server_test.h"
 #include "support/temp_dir.h"
 
@@ -116,14 +117,14 @@ TEST_F(WireTest, DeliberateKeyPathsHoldOnTheWire) {
 }
 
 TEST_F(WireTest, IgnoredAndSharedCodes) {
-    testing::internal::CaptureStderr();
+    robotest::OutputCapture capture;
     client().sendCommand(18, "{}");
     client().sendCommand(72, "{}");
     client().sendCommand(101, "{}");
     std::vector<unsigned char> integration = {1};
     const uint8_t byPassTwo = pollUntilPending([&] { return reqSetIntegrationModifiedMapDataB(&integration); });
     const uint8_t lidar = pollUntilPending(reqGetLidarSensorStatus);
-    const std::string err = testing::internal::GetCapturedStderr();
+    const std::string err = capture.finish().err;
 
     EXPECT_EQ(byPassTwo, 1);
     EXPECT_TRUE(integration.empty());
@@ -133,8 +134,7 @@ TEST_F(WireTest, IgnoredAndSharedCodes) {
 }
 
 TEST_F(WireTest, BadMessagesLeaveTheConnectionServing) {
-    testing::internal::CaptureStdout();
-    testing::internal::CaptureStderr();
+    robotest::OutputCapture capture;
     client().sendCommand(99, "{}");
     client().sendCommand(3, "this is not json");
     // Sixteen bytes that were never enciphered with our key.
@@ -142,8 +142,7 @@ TEST_F(WireTest, BadMessagesLeaveTheConnectionServing) {
     sendAndSettle(1, "{}");
     const uint8_t motor = reqGetMotorStatus();
     const uint8_t camera = reqGetCameraStatus();
-    const std::string err = testing::internal::GetCapturedStderr();
-    const std::string out = testing::internal::GetCapturedStdout();
+    const auto [out, err] = capture.finish();
 
     EXPECT_NE(err.find("Unknown data format\n"), std::string::npos);
     EXPECT_NE(out.find("Failed to parse JSON: "), std::string::npos);
