@@ -5,7 +5,6 @@
 #include <sys/stat.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <iostream>
 #include <memory>
@@ -14,6 +13,7 @@
 
 #include <openssl/evp.h>
 
+#include "link/process_exit.h"
 #include "robocomm/security.h"
 
 std::string mapEditFilePath = "/home/tarvin/MapEdit.bin";
@@ -99,7 +99,7 @@ void API_FileSave(const std::string& data, const std::string& path, const unsign
         // No error return exists for the caller: losing the map edit silently
         // is worse than stopping the robot's program.
         std::cerr << "Failed to open file for writing." << std::endl;
-        std::exit(1);
+        robocomm::endProcess();
     }
     file.write(reinterpret_cast<const char*>(iv), IV_SIZE);
     file.write(reinterpret_cast<const char*>(cipher.data()), static_cast<std::streamsize>(cipher.size()));

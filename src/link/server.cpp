@@ -6,11 +6,11 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <exception>
 #include <vector>
 
 #include "link/log_lines.h"
+#include "link/process_exit.h"
 #include "link/reassembly.h"
 #include "robocomm/link.h"
 #include "robocomm/security.h"
@@ -24,26 +24,17 @@ constexpr useconds_t kPollPauseMicros = 100000;
 // 52nd (about 5.2 s of silence) clears it.
 constexpr int kEmptyPollsKept = 50;
 
-// exit() would run the destructor of the still-joinable receiverThread on
-// this very thread, which terminates the process instead of ending it with
-// status 1; flush what exit() would have flushed and leave directly.
-[[noreturn]] void endProcess() {
-    std::cout.flush();
-    std::fflush(nullptr);
-    std::_Exit(1);
-}
-
 [[noreturn]] void abandonSetup(const char* reason) {
     perror(reason);
     close(sockfd);
-    endProcess();
+    robocomm::endProcess();
 }
 
 void openListeningSocket() {
     sockfd = socket(AF_INET, SOCK_STREAM, 0);
     if (sockfd < 0) {
         perror("소켓 생성 실패");
-        endProcess();
+        robocomm::endProcess();
     }
     robocomm::logOut() << "setsockopt start";
     const int reuse = 1;

@@ -8,14 +8,15 @@
 #include <iterator>
 #include <stdexcept>
 
-#include "captured_output.h"
+#include "support/output_capture.h"
 #include "robocomm/files.h"
+#include "robocomm/link.h"
 #include "robocomm/security.h"
 #include "support/temp_dir.h"
 
 namespace {
 
-using filestest::captured;
+using robotest::captureOutput;
 using testing::HasSubstr;
 
 const std::string kDecryptFinalError =
@@ -55,7 +56,7 @@ TEST_F(FileStoreTest, SavedTextHasIvThenPaddedCipherAndReadsBack) {
     const std::string path = pathOf("store.bin");
     for (const SaveCase& c : cases) {
         SCOPED_TRACE(c.text.size());
-        const auto saved = captured([&] { API_FileSave(c.text, path, key, iv); });
+        const auto saved = captureOutput([&] { API_FileSave(c.text, path, key, iv); });
         EXPECT_EQ(saved.out, "Data encrypted and saved to " + path + "\n");
         EXPECT_EQ(saved.err, "");
 
@@ -64,7 +65,7 @@ TEST_F(FileStoreTest, SavedTextHasIvThenPaddedCipherAndReadsBack) {
         EXPECT_EQ(bytes.substr(0, 16), std::string(reinterpret_cast<const char*>(iv), 16));
 
         std::string read;
-        const auto reading = captured([&] { read = API_FileRead(path, key); });
+        const auto reading = captureOutput([&] { read = API_FileRead(path, key); });
         EXPECT_EQ(read, c.text);
         EXPECT_EQ(reading.err, "");
     }
@@ -74,10 +75,10 @@ TEST_F(FileStoreTest, FileCarriesItsOwnIv) {
     unsigned char otherIv[16];
     std::fill(std::begin(otherIv), std::end(otherIv), 0x5a);
     const std::string path = pathOf("own-iv.bin");
-    captured([&] { API_FileSave("map edit", path, key, otherIv); });
+    captureOutput([&] { API_FileSave("map edit", path, key, otherIv); });
     EXPECT_EQ(fileBytes(path).substr(0, 16), std::string(16, '\x5a'));
     std::string read;
-    captured([&] { read = API_FileRead(path, key); });
+    captureOutput([&] { read = API_FileRead(path, key); });
     EXPECT_EQ(read, "map edit");
 }
 
@@ -92,7 +93,7 @@ TEST_F(FileStoreTest, UndecipherableFileReadsEmptyAfterFinalisationError) {
         const unsigned char* readKey;
     };
     const Case cases[] = {
-        {"another key", [&] { captured([&] { API_FileSave("{\"Request\":{}}", path, key, iv); }); }, otherKey},
+        {"another key", [&] { captureOutput([&] { API_FileSave("{\"Request\":{}}", path, key, iv); }); }, otherKey},
         {"iv only", [&] { writeBytes(path, std::string(16, '\x01')); }, key},
         {"partial block", [&] { writeBytes(path, std::string(20, '\x01')); }, key},
     };
@@ -100,7 +101,7 @@ TEST_F(FileStoreTest, UndecipherableFileReadsEmptyAfterFinalisationError) {
         SCOPED_TRACE(c.name);
         c.prepare();
         std::string read = "untouched";
-        const auto output = captured([&] { read = API_FileRead(path, c.readKey); });
+        const auto output = captureOutput([&] { read = API_FileRead(path, c.readKey); });
         EXPECT_EQ(read, "");
         EXPECT_EQ(output.err, kDecryptFinalError);
     }
@@ -119,7 +120,7 @@ TEST_F(FileStoreTest, FileShorterThanItsIvThrowsLengthError) {
 
 TEST_F(FileStoreTest, MissingFileReadsEmptyWithMessage) {
     std::string read = "untouched";
-    const auto output = captured([&] { read = API_FileRead(pathOf("missing.bin"), key); });
+    const auto output = captureOutput([&] { read = API_FileRead(pathOf("missing.bin"), key); });
     EXPECT_EQ(read, "");
     EXPECT_EQ(output.err, "Failed to open file for reading.\n");
     EXPECT_EQ(output.out, "");
@@ -132,6 +133,18 @@ TEST_F(FileStoreTest, UnopenableFileEndsTheProcess) {
                 "^Failed to open file for writing\\.\n$");
 }
 
+// The receive thread is joinable then; ending the process must still give 1.
+TEST_F(FileStoreTest, UnopenableFileEndsTheProcessWhileTheServerRuns) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const std::string path = pathOf("no-such-folder/store.bin");
+    EXPECT_EXIT(
+        {
+            start_server();
+            API_FileSave("text", path, key, iv);
+        },
+        testing::ExitedWithCode(1), "Failed to open file for writing\\.\n");
+}
+
 TEST_F(FileStoreTest, ExistenceFollowsStatSilently) {
     const std::string file = pathOf("present.txt");
     writeBytes(file, "x");
@@ -142,7 +155,7 @@ TEST_F(FileStoreTest, ExistenceFollowsStatSilently) {
     const Case cases[] = {{file, true}, {dir_.path(), true}, {pathOf("absent"), false}};
     for (const Case& c : cases) {
         bool exists = !c.exists;
-        const auto output = captured([&] { exists = API_FileExist(c.path); });
+        const auto output = captureOutput([&] { exists = API_FileExist(c.path); });
         EXPECT_EQ(exists, c.exists) << c.path;
         EXPECT_EQ(output.out + output.err, "");
     }
@@ -151,12 +164,12 @@ TEST_F(FileStoreTest, ExistenceFollowsStatSilently) {
 TEST_F(FileStoreTest, DeleteReportsEachOutcome) {
     const std::string file = pathOf("doomed.bin");
     writeBytes(file, "x");
-    const auto deleted = captured([&] { API_FileDelete(file); });
+    const auto deleted = captureOutput([&] { API_FileDelete(file); });
     EXPECT_EQ(deleted.out, "File " + file + " deleted successfully.\n");
     EXPECT_EQ(deleted.err, "");
     EXPECT_FALSE(std::filesystem::exists(file));
 
-    const auto missing = captured([&] { API_FileDelete(file); });
+    const auto missing = captureOutput([&] { API_FileDelete(file); });
     EXPECT_EQ(missing.err, "File " + file + " does not exist.\n");
     EXPECT_EQ(missing.out, "");
 
@@ -164,7 +177,7 @@ TEST_F(FileStoreTest, DeleteReportsEachOutcome) {
     const std::string folder = pathOf("full");
     std::filesystem::create_directory(folder);
     writeBytes(folder + "/inside", "x");
-    const auto refused = captured([&] { API_FileDelete(folder); });
+    const auto refused = captureOutput([&] { API_FileDelete(folder); });
     EXPECT_EQ(refused.err, "Failed to delete file " + folder + ".\n");
     EXPECT_EQ(refused.out, "");
     EXPECT_TRUE(std::filesystem::exists(folder));
@@ -173,12 +186,12 @@ TEST_F(FileStoreTest, DeleteReportsEachOutcome) {
 TEST_F(FileStoreTest, StringIsSavedInTheClear) {
     const std::string path = pathOf("plain.txt");
     writeBytes(path, "an older and much longer content");
-    const auto saved = captured([&] { saveStringToFile(path, "line one\nline two"); });
+    const auto saved = captureOutput([&] { saveStringToFile(path, "line one\nline two"); });
     EXPECT_EQ(saved.out, "String successfully saved to " + path + "\n");
     EXPECT_EQ(fileBytes(path), "line one\nline two");
 
     const std::string unopenable = pathOf("missing-folder/plain.txt");
-    const auto failed = captured([&] { saveStringToFile(unopenable, "text"); });
+    const auto failed = captureOutput([&] { saveStringToFile(unopenable, "text"); });
     EXPECT_EQ(failed.err, "Unable to open file for writing: " + unopenable + "\n");
     EXPECT_EQ(failed.out, "");
 }

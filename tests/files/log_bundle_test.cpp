@@ -11,7 +11,7 @@
 
 #include <json/json.h>
 
-#include "captured_output.h"
+#include "support/output_capture.h"
 #include "files/log_bundle.h"
 #include "link/frame.h"
 #include "robocomm/files.h"
@@ -22,7 +22,7 @@
 namespace {
 
 namespace fs = std::filesystem;
-using filestest::captured;
+using robotest::captureOutput;
 using testing::EndsWith;
 using testing::HasSubstr;
 
@@ -75,7 +75,7 @@ TEST_F(LogBundleTest, ArchiveLandsBesideTheFolderAndUnpacksToItsFiles) {
     const fs::path folder = root() / "logs";
     fillLogFolder(folder);
     std::string archive;
-    captured([&] { archive = compressFolderToTarGz(folder.string()); });
+    captureOutput([&] { archive = compressFolderToTarGz(folder.string()); });
     EXPECT_EQ(archive, folder.string() + ".tar.gz");
 
     const CompressedFile_t file = readCompressedFile(archive);
@@ -101,7 +101,7 @@ TEST_F(LogBundleTest, AnythingButAFolderIsRefusedBeforeTarRuns) {
     writeBytes(root() / "plain.log", "x");
     for (const fs::path& path : {root() / "absent", root() / "plain.log"}) {
         bool result = true;
-        const auto output = captured([&] { result = resGetLogData(path.string()); });
+        const auto output = captureOutput([&] { result = resGetLogData(path.string()); });
         EXPECT_FALSE(result);
         EXPECT_EQ(output.err, "Folder does not exist: " + path.string() + "\n");
         EXPECT_EQ(output.out, "");
@@ -113,7 +113,7 @@ TEST_F(LogBundleTest, BlankInTheFolderPathBreaksTheTarCommand) {
     const fs::path folder = root() / "with blank";
     fillLogFolder(folder);
     bool result = true;
-    const auto output = captured([&] { result = resGetLogData(folder.string()); });
+    const auto output = captureOutput([&] { result = resGetLogData(folder.string()); });
     EXPECT_FALSE(result);
     EXPECT_THAT(output.err, EndsWith("Error: Failed to create tar.gz file.\n"));
     EXPECT_THAT(output.out, testing::Not(HasSubstr("[DEBUG]")));
@@ -134,13 +134,13 @@ TEST_F(LogBundleTest, DocumentFileHoldsTheDefaultWriterText) {
     const unsigned char bytes[] = {0x00, 0xff, 0x10, 0x20};
     const std::string path = (root() / "log.json").string();
     Json::Value document;
-    const auto written = captured([&] { document = createJsonLogDataFile("x", bytes, sizeof bytes, path); });
+    const auto written = captureOutput([&] { document = createJsonLogDataFile("x", bytes, sizeof bytes, path); });
     EXPECT_EQ(written.out, "JSON 파일 생성 완료: " + path + "\n");
     EXPECT_EQ(document, createJsonLogData("x", bytes, sizeof bytes));
     EXPECT_EQ(fileBytes(path), Json::writeString(Json::StreamWriterBuilder(), document));
 
     const std::string unopenable = (root() / "missing" / "log.json").string();
-    const auto failed = captured([&] { document = createJsonLogDataFile("x", bytes, sizeof bytes, unopenable); });
+    const auto failed = captureOutput([&] { document = createJsonLogDataFile("x", bytes, sizeof bytes, unopenable); });
     EXPECT_EQ(failed.err, "JSON 파일을 저장할 수 없습니다: " + unopenable + "\n");
     EXPECT_EQ(document["Response"]["Get"]["LogData"]["name"], "x");
 }
@@ -170,7 +170,7 @@ TEST_F(LogBundleLinkTest, ArchiveIsStreamedWithItsDigestAndRemoved) {
         SCOPED_TRACE(static_cast<int>(encrypted));
         enableEnc = encrypted;
         bool sent = false;
-        const auto output = captured([&] { sent = resGetLogData(folder.string()); });
+        const auto output = captureOutput([&] { sent = resGetLogData(folder.string()); });
         ASSERT_TRUE(sent) << output.err;
         EXPECT_FALSE(fs::exists(folder.string() + ".tar.gz"));
 

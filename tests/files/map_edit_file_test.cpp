@@ -12,7 +12,7 @@
 
 #include <json/json.h>
 
-#include "captured_output.h"
+#include "support/output_capture.h"
 #include "robocomm/files.h"
 #include "robocomm/intake.h"
 #include "robocomm/security.h"
@@ -21,7 +21,7 @@
 
 namespace {
 
-using filestest::captured;
+using robotest::captureOutput;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -92,7 +92,7 @@ protected:
     void SetUp() override { API_GenerateKey(); }
 
     void store(const std::string& text) {
-        captured([&] { API_FileSave(text, mapEditFilePath, key, iv); });
+        captureOutput([&] { API_FileSave(text, mapEditFilePath, key, iv); });
     }
     void storeRaw(const std::string& bytes) { std::ofstream(mapEditFilePath, std::ios::binary) << bytes; }
 
@@ -103,7 +103,7 @@ private:
 TEST_F(MapEditFileTest, ApplyPostsTheStoredEditIntoTheMailbox) {
     store(kMapEditRequest);
     bool applied = false;
-    const auto output = captured([&] { applied = API_FileDataApply(); });
+    const auto output = captureOutput([&] { applied = API_FileDataApply(); });
     EXPECT_TRUE(applied);
     EXPECT_EQ(output.out, "Starting API_FileDataApply...\nDecrypted File Content: " + std::string(kMapEditRequest) +
                               "\nBypass One Data parsed successfully. UID: map-7\n");
@@ -113,9 +113,9 @@ TEST_F(MapEditFileTest, ApplyPostsTheStoredEditIntoTheMailbox) {
 
 TEST_F(MapEditFileTest, ApplyTwiceOverwritesWithTheSameRecord) {
     store(kMapEditRequest);
-    captured([] { API_FileDataApply(); });
+    captureOutput([] { API_FileDataApply(); });
     globalSetByPassOne.uid = "changed meanwhile";
-    captured([] { EXPECT_TRUE(API_FileDataApply()); });
+    captureOutput([] { EXPECT_TRUE(API_FileDataApply()); });
     EXPECT_EQ(describe(globalSetByPassOne), kExpectedRecord);
 }
 
@@ -123,7 +123,7 @@ TEST_F(MapEditFileTest, ReadHandsTheEditOverAndLeavesTheMailboxAlone) {
     store(kMapEditRequest);
     ByPassOneData_t out;
     bool read = false;
-    const auto output = captured([&] { read = API_FileDataRead(&out); });
+    const auto output = captureOutput([&] { read = API_FileDataRead(&out); });
     EXPECT_TRUE(read);
     EXPECT_EQ(output.out,
               "Starting API_FileDataRead...\nDecrypted File Content: " + std::string(kMapEditRequest) + "\n");
@@ -134,7 +134,7 @@ TEST_F(MapEditFileTest, ReadHandsTheEditOverAndLeavesTheMailboxAlone) {
 
 TEST_F(MapEditFileTest, DocumentWithoutTheEditGivesAnEmptyRecord) {
     store(R"({"Request":{"Get":{}}})");
-    const auto output = captured([] { EXPECT_TRUE(API_FileDataApply()); });
+    const auto output = captureOutput([] { EXPECT_TRUE(API_FileDataApply()); });
     EXPECT_THAT(output.out, testing::EndsWith("Bypass One Data parsed successfully. UID: \n"));
     EXPECT_EQ(describe(globalSetByPassOne), "|||||");
 }
@@ -171,7 +171,7 @@ TEST_F(MapEditFileTest, FailuresReturnFalseAndTouchNothing) {
             out.uid = "untouched";
             bool result = true;
             const bool apply = std::strcmp(entry, "API_FileDataApply") == 0;
-            const auto output = captured([&] { result = apply ? API_FileDataApply() : API_FileDataRead(&out); });
+            const auto output = captureOutput([&] { result = apply ? API_FileDataApply() : API_FileDataRead(&out); });
             EXPECT_FALSE(result);
             std::string expected = c.expectedOut;
             if (const auto at = expected.find('@'); at != std::string::npos) expected.replace(at, 1, entry);

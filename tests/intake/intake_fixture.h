@@ -12,13 +12,7 @@
 
 namespace intaketest {
 
-// Both streams of one call.
-template <class Call>
-robotest::CapturedOutput captureOutput(Call&& call) {
-    robotest::OutputCapture capture;
-    call();
-    return capture.finish();
-}
+using robotest::captureOutput;
 
 // {"Request":{"Set":{key: params}}} as compact text.
 std::string requestText(const char* key, const Json::Value& params);

@@ -25,6 +25,14 @@ private:
     bool active_ = true;
 };
 
+// Both streams of one call.
+template <class Call>
+CapturedOutput captureOutput(Call&& call) {
+    OutputCapture capture;
+    call();
+    return capture.finish();
+}
+
 // The receive loop prints "Wait ... " on every empty poll; this drops those
 // lines so that the rest can be compared exactly.
 std::string withoutPollLines(const std::string& text);
