@@ -2,10 +2,9 @@
 // re-posted into its mailbox, or handed straight to the host.
 #include <iostream>
 #include <mutex>
-#include <sstream>
 #include <stdexcept>
 
-#include <json/json.h>
+#include <json/value.h>
 
 #include "intake/command_table.h"
 #include "intake/mailbox_access.h"
@@ -29,12 +28,8 @@ bool withStoredMapEdit(const char* entryPoint, UseRecord useRecord) {
         }
         std::cout << "Decrypted File Content: " << text << std::endl;
 
-        Json::CharReaderBuilder reader;
         Json::Value root;
-        std::string errors;
-        std::istringstream stream(text);
-        if (!Json::parseFromStream(reader, stream, &root, &errors)) {
-            std::cout << "Failed to parse JSON: " << errors << std::endl;
+        if (!robocomm::parseDocument(text, root)) {
             return false;
         }
         // Read-only access: a document without the edit yields an empty record.

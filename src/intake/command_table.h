@@ -53,6 +53,11 @@ struct CommandSpec {
 const std::vector<CommandSpec>& commandTable();
 const CommandSpec* findCommand(uint8_t code);
 
+// Parses a document with the reader's default settings. On failure prints
+// "Failed to parse JSON: " and the reader's errors on standard output and
+// returns false; root holds whatever was read.
+bool parseDocument(const std::string& text, Json::Value& root);
+
 // Request/Set/<key>: where a command's parameters live in its document.
 const Json::Value& commandNode(const Json::Value& root, const char* key);
 

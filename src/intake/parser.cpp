@@ -36,19 +36,18 @@ std::string plainBody(const std::string& body) {
     return text;
 }
 
-// A document that does not parse still lets the command through.
-Json::Value parseDocument(const std::string& text) {
+}  // namespace
+
+bool parseDocument(const std::string& text, Json::Value& root) {
     Json::CharReaderBuilder builder;
-    Json::Value root;
     std::string errors;
     std::istringstream stream(text);
-    if (!Json::parseFromStream(builder, stream, &root, &errors)) {
-        std::cout << "Failed to parse JSON: " << errors << std::endl;
+    if (Json::parseFromStream(builder, stream, &root, &errors)) {
+        return true;
     }
-    return root;
+    std::cout << "Failed to parse JSON: " << errors << std::endl;
+    return false;
 }
-
-}  // namespace
 
 const Json::Value& commandNode(const Json::Value& root, const char* key) { return root["Request"]["Set"][key]; }
 
@@ -76,7 +75,9 @@ void parseData(const std::string& message) {
     // Throws std::out_of_range for an empty message; the receive loop reports it.
     const std::string body = message.substr(1);
     const std::string text = plainBody(body);
-    const Json::Value root = parseDocument(text);
+    // A document that does not parse still lets the command through.
+    Json::Value root;
+    parseDocument(text, root);
     printFirstByte(code);
 
     const CommandSpec* spec = findCommand(code);
