@@ -6,13 +6,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <iomanip>
-#include <sstream>
 
 #include "link/log_lines.h"
 #include "robocomm/intake.h"
 #include "robocomm/link.h"
 #include "robocomm/responses.h"
+#include "security/hex.h"
 
 namespace robocomm {
 
@@ -39,13 +38,6 @@ int progressPercent(uint64_t expectedSize) {
 void storeImageBytes(const Connection& connection, uint64_t offset, const unsigned char* bytes, size_t count) {
     if (offset >= connection.otaCapacity) return;
     std::memcpy(packetData + offset, bytes, std::min<uint64_t>(count, connection.otaCapacity - offset));
-}
-
-std::string hexDigest(const std::array<unsigned char, kDigestSize>& digest) {
-    std::ostringstream text;
-    text << std::hex << std::setfill('0');
-    for (unsigned char byte : digest) text << std::setw(2) << static_cast<int>(byte);
-    return text.str();
 }
 
 // False when the image buffer cannot be allocated.
@@ -95,7 +87,7 @@ void completeTransfer(Connection& connection) {
     std::free(packetData);
     // Not left dangling for the host or for a later transfer.
     packetData = nullptr;
-    globalOTAdata.imageChecksum = hexDigest(connection.otaDigest);
+    globalOTAdata.imageChecksum = hexText(connection.otaDigest.data(), connection.otaDigest.size());
     globalOTAdata.pending = 1;
     logOut() << "Global OTA data initialized with size: " << globalOTAdata.imageData.size();
     connection.forgetMessage();

@@ -7,11 +7,10 @@
 #include <sstream>
 
 #include "robocomm/security.h"
+#include "security/hex.h"
 
-namespace {
+namespace robocomm {
 
-// Two zero-filled lowercase digits per byte; the stream is left in decimal
-// with its fill character restored.
 void writeHex(std::ostream& out, const unsigned char* data, size_t length) {
     const char fill = out.fill('0');
     out << std::hex;
@@ -20,11 +19,19 @@ void writeHex(std::ostream& out, const unsigned char* data, size_t length) {
     out.fill(fill);
 }
 
+std::string hexText(const unsigned char* data, size_t length) {
+    std::ostringstream text;
+    writeHex(text, data, length);
+    return text.str();
+}
+
+}  // namespace robocomm
+
+namespace {
+
 std::string hexDigest(const unsigned char* data, size_t length) {
     const std::vector<unsigned char> digest = compute_sha256(data, length);
-    std::ostringstream text;
-    writeHex(text, digest.data(), digest.size());
-    return text.str();
+    return robocomm::hexText(digest.data(), digest.size());
 }
 
 const unsigned char* bytesOf(const std::string& text) { return reinterpret_cast<const unsigned char*>(text.data()); }
@@ -66,6 +73,6 @@ bool validateOTAData(const otadataB_t& record) {
 }
 
 void printHex(const unsigned char* data, unsigned long length) {
-    writeHex(std::cout, data, length);
+    robocomm::writeHex(std::cout, data, length);
     std::cout << std::endl;
 }
