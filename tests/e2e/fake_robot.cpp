@@ -34,7 +34,8 @@ bool readable(int fd) {
 
 }  // namespace
 
-FakeRobot::FakeRobot(std::function<void(int fd)> script) : listener_(listenOnLoopback(port_)) {
+FakeRobot::FakeRobot(std::function<void(int fd)> script) {
+    listener_ = listenOnLoopback(port_);
     thread_ = std::thread([this, script] { serve(script); });
 }
 
@@ -46,7 +47,7 @@ FakeRobot::~FakeRobot() {
 void FakeRobot::serve(const std::function<void(int fd)>& script) {
     if (listener_ < 0 || !readable(listener_)) return;
     const int fd = accept(listener_, nullptr, nullptr);
-    char command[kMaxFrame];
+    char command[robocomm::kMaxFrame];
     if (fd >= 0 && readable(fd) && recv(fd, command, sizeof command, 0) > 0) {
         script(fd);
         // Hold the connection until the client is done with it.
@@ -58,8 +59,8 @@ void FakeRobot::serve(const std::function<void(int fd)>& script) {
 
 std::string chunkFrame(uint8_t code, uint8_t kind, uint32_t totalSize, uint16_t parts, uint16_t part,
                        const std::string& payload) {
-    std::string frame(kHeaderSize, '\0');
-    writeHeader({totalSize, parts, part, code, kind}, reinterpret_cast<unsigned char*>(frame.data()));
+    std::string frame(robocomm::kHeaderSize, '\0');
+    robocomm::writeHeader({totalSize, parts, part, code, kind}, reinterpret_cast<unsigned char*>(frame.data()));
     return frame + payload;
 }
 

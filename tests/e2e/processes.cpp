@@ -99,21 +99,29 @@ std::string DemoHost::output() const {
     return text.str();
 }
 
-bool DemoHost::awaitOutput(const std::string& text, Millis timeout) const {
+bool DemoHost::ended() {
+    int status = 0;
+    if (pid_ > 0 && waitpid(pid_, &status, WNOHANG) != pid_) return false;
+    if (pid_ > 0) exitStatus_ = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    pid_ = -1;
+    return true;
+}
+
+bool DemoHost::awaitOutput(const std::string& text, Millis timeout) {
     const auto deadline = Clock::now() + timeout;
     while (output().find(text) == std::string::npos) {
-        if (Clock::now() >= deadline) return false;
+        if (Clock::now() >= deadline || ended()) return output().find(text) != std::string::npos;
         std::this_thread::sleep_for(kPollStep);
     }
     return true;
 }
 
 int DemoHost::stop(Millis patience) {
-    if (pid_ <= 0) return -1;
+    if (ended()) return exitStatus_;
     kill(pid_, SIGTERM);
-    const int status = reap(pid_, Clock::now() + patience);
+    exitStatus_ = reap(pid_, Clock::now() + patience);
     pid_ = -1;
-    return status;
+    return exitStatus_;
 }
 
 }  // namespace e2e

@@ -36,16 +36,21 @@ public:
     const std::string& runFolder() const { return runFolder_; }
     // What the host wrote on its own output so far.
     std::string output() const;
-    // Waits until the output holds `text`.
-    bool awaitOutput(const std::string& text, Millis timeout) const;
+    // Waits until the output holds `text`; false at the timeout or when the
+    // host has ended.
+    bool awaitOutput(const std::string& text, Millis timeout);
     // Sends SIGTERM and waits; the exit status, or -1 if it had to be killed.
     int stop(Millis patience = Millis(5000));
 
 private:
+    // Reaps the host if it has ended on its own.
+    bool ended();
+
     robotest::TempDir folder_;
     std::string runFolder_;
     std::string outputPath_;
     pid_t pid_ = -1;
+    int exitStatus_ = -1;
     bool serving_ = false;
 };
 

@@ -26,12 +26,14 @@ ClientRun RobotTest::client(std::vector<std::string> args) {
     return runClient(args);
 }
 
-Json::Value RobotTest::answer(const ClientRun& run) {
+Json::Value answer(const ClientRun& run) { return parseJson(run.out.substr(0, run.out.find('\n'))); }
+
+Json::Value parseJson(const std::string& text) {
     Json::CharReaderBuilder builder;
     Json::Value root;
     std::string errors;
-    std::istringstream text(run.out.substr(0, run.out.find('\n')));
-    if (!Json::parseFromStream(builder, text, &root, &errors)) return Json::Value();
+    std::istringstream stream(text);
+    if (!Json::parseFromStream(builder, stream, &root, &errors)) return Json::Value();
     return root;
 }
 

@@ -21,8 +21,6 @@ protected:
     static DemoHost& host() { return *host_; }
     // The client with the suite's encryption setting.
     static ClientRun client(std::vector<std::string> args);
-    // The first line of the client's --json output, parsed; null when it is not JSON.
-    static Json::Value answer(const ClientRun& run);
 
 private:
     static std::unique_ptr<DemoHost> host_;
@@ -39,6 +37,10 @@ protected:
     static void SetUpTestSuite() { startHost(true); }
 };
 
+// The first line of the client's --json output, parsed; null when it is not JSON.
+Json::Value answer(const ClientRun& run);
+// The text parsed as JSON; null when it is not JSON.
+Json::Value parseJson(const std::string& text);
 // Contents of a file, empty when it cannot be read.
 std::string fileText(const std::string& path);
 

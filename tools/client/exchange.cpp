@@ -65,7 +65,7 @@ void runRequest(const Settings& settings, const CommandSpec& spec, const std::st
         if (!settings.json) std::cout << "sent command " << int(spec.code) << "; the robot does not answer it\n";
         return;
     }
-    Json::Value answer = link.document(link.awaitCode(spec.code));
+    Json::Value answer = link.document(link.awaitCode(answerCode(spec)));
     if (!settings.saveTo.empty()) saveData(answer, settings.saveTo);
     printDocument(answer, settings.json);
     if (refused(answer)) throw Failure(Exit::Failed, "the robot refused command " + std::to_string(spec.code));

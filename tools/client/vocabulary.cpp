@@ -129,6 +129,8 @@ std::string requestDocument(const CommandSpec& spec, const std::vector<std::stri
     return compactJson(root);
 }
 
+uint8_t answerCode(const CommandSpec& spec) { return findByName(spec.kind, spec.name).code; }
+
 bool expectsAnswer(const CommandSpec& spec) {
     for (uint8_t code : kUnanswered)
         if (spec.code == code) return false;

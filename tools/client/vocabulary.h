@@ -25,6 +25,9 @@ std::string synopsis(const CommandSpec& spec);
 // table order. Throws Failure(Usage) for a wrong count or a bad value.
 std::string requestDocument(const CommandSpec& spec, const std::vector<std::string>& args);
 
+// The code the answer comes under: a command that shares its name with an
+// earlier one (101, a second LidarSensorStatus) is answered as that one.
+uint8_t answerCode(const CommandSpec& spec);
 // Commands the robot takes without answering.
 bool expectsAnswer(const CommandSpec& spec);
 

@@ -101,7 +101,6 @@ void Robot::recover() {
 
 void Robot::raiseError(const std::string& code, int rank) {
     errors.push_back({0, rank, code});
-    errorsAcknowledged = false;
     note("error " + code);
 }
 
@@ -146,6 +145,7 @@ void Robot::note(const std::string& event) {
 
 void Robot::writeLog() const {
     std::ofstream out(logFolder + "/robot.log", std::ios::trunc);
+    out << "demo robot log, the last " << kJournalLines << " events\n";
     for (const std::string& line : journal_) out << line << '\n';
 }
 

@@ -51,9 +51,11 @@ struct Robot {
     ModifiedMapDataB_t modifiedMap{0, 0, {}};
     ByPassOneData_t mapEdit;
     OTAInfo_t announcedFirmware{"", 0};
-    // Errors the client has not acknowledged are pushed to it again.
+    // Open errors are pushed to the client until it acknowledges a push
+    // that carried them: errors[0, errorsAcknowledged) are confirmed.
     std::vector<ErrorRecord> errors;
-    bool errorsAcknowledged = true;
+    size_t errorsPushed = 0;
+    size_t errorsAcknowledged = 0;
     std::string logFolder;
 
     // Advances the simulation by dt seconds.

@@ -13,7 +13,7 @@ constexpr double kDesignCapacity = 5.2;  // Ah
 constexpr double kMaxSpeed = 1.5;      // m/s, the fastest the base may be told to go
 constexpr char kSerial[] = "DEMO-0001";
 constexpr char kBatterySerial[] = "BAT-DEMO-01";
-constexpr auto kPushEvery = std::chrono::seconds(2);
+constexpr auto kPushEvery = std::chrono::seconds(1);
 
 // ---- Readings derived from the model ----
 
@@ -456,14 +456,16 @@ void serveErrorPushes(Robot& robot, bool clientPresent) {
     using Clock = std::chrono::steady_clock;
     static Clock::time_point lastPush;
     if (RecvErrorRes()) {
-        robot.errorsAcknowledged = true;
+        robot.errorsAcknowledged = robot.errorsPushed;
         robot.note("the client acknowledged the errors");
     }
-    if (robot.errorsAcknowledged || !clientPresent || Clock::now() - lastPush < kPushEvery) return;
-    std::vector<ErrorRecord> open;
-    for (const ErrorRecord& error : robot.errors)
-        if (!error.resolved) open.push_back(error);
-    if (!open.empty()) EmergencyMSG_ERROR(open);
+    if (!clientPresent || Clock::now() - lastPush < kPushEvery) return;
+    std::vector<ErrorRecord> news;
+    for (size_t i = robot.errorsAcknowledged; i < robot.errors.size(); ++i)
+        if (!robot.errors[i].resolved) news.push_back(robot.errors[i]);
+    if (news.empty()) return;
+    EmergencyMSG_ERROR(news);
+    robot.errorsPushed = robot.errors.size();
     lastPush = Clock::now();
 }
 

@@ -11,7 +11,7 @@ namespace demo {
 int serveMailboxes(Robot& robot);
 
 // Takes the client's acknowledgement of the error push (code 100), and
-// repeats the push while errors are unacknowledged and a client is there.
+// repeats the push of open, unacknowledged errors while a client is there.
 void serveErrorPushes(Robot& robot, bool clientPresent);
 
 }  // namespace demo
