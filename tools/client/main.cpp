@@ -1,6 +1,7 @@
 // robocomm-client: the operator's command line to a robot running robocomm.
 #include <json/reader.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <ctime>
 #include <fstream>
+#include <sstream>
 
 namespace demo {
 
@@ -72,7 +73,9 @@ bool Robot::driveTo(const Pose& goal) {
     target = goal;
     motion = Motion::ToTarget;
     docked = charging = false;
-    note("driving to (" + std::to_string(goal.x) + ", " + std::to_string(goal.y) + ")");
+    std::ostringstream event;
+    event << "driving to (" << goal.x << ", " << goal.y << ")";
+    note(event.str());
     return true;
 }
 
@@ -80,6 +83,12 @@ void Robot::returnToStation() {
     target = station;
     motion = Motion::Docking;
     note("returning to the charging station");
+}
+
+void Robot::driveManually(double speed, double turnRate) {
+    v = speed;
+    w = turnRate;
+    motion = Motion::Manual;
 }
 
 void Robot::halt() {

@@ -44,10 +44,10 @@ struct Robot {
     bool factoryMode = false;
     bool batterySleep = false;
     bool inspectionMode = false;
-    int excelSteps = 0;
-    int settingValue = 0;
-    int configValue = 0;
-    int aiCalibration = 0;
+    int32_t excelSteps = 0;
+    int32_t settingValue = 0;
+    int32_t configValue = 0;
+    int32_t aiCalibration = 0;
     ModifiedMapDataB_t modifiedMap{0, 0, {}};
     ByPassOneData_t mapEdit;
     OTAInfo_t announcedFirmware{"", 0};
@@ -63,6 +63,8 @@ struct Robot {
     // False when the pose lies outside the room.
     bool driveTo(const Pose& goal);
     void returnToStation();
+    // Speeds in m/s and rad/s, held until the next motion command.
+    void driveManually(double speed, double turnRate);
     void halt();
     void pressEmergencyStop();
     // Clears the emergency stop and resolves every error.

@@ -239,9 +239,7 @@ bool motorManualRpm(Robot& r) {
     if (!reqSetMotorManual_RPM(rpms)) return false;
     const double left = rpms[0] * 2 * M_PI * kWheelRadius / 60;
     const double right = rpms[1] * 2 * M_PI * kWheelRadius / 60;
-    r.v = (left + right) / 2;
-    r.w = (right - left) / kWheelBase;
-    r.motion = Motion::Manual;
+    r.driveManually((left + right) / 2, (right - left) / kWheelBase);
     resSetMotorManual_RPM(true);
     return true;
 }
@@ -250,11 +248,7 @@ bool motorManualVw(Robot& r) {
     double vw[2];
     if (!reqSetMotorManual_VW(vw)) return false;
     const bool ok = std::fabs(vw[0]) <= kMaxSpeed;
-    if (ok) {
-        r.v = vw[0];
-        r.w = vw[1];
-        r.motion = Motion::Manual;
-    }
+    if (ok) r.driveManually(vw[0], vw[1]);
     resSetMotorManual_VW(ok);
     return true;
 }
@@ -288,12 +282,6 @@ bool modifiedMap(Robot& r) {
     if (!reqSetModifiedMapDataB(&r.modifiedMap)) return false;
     r.note("modified map of " + std::to_string(r.modifiedMap.data.size()) + " bytes stored");
     resSetModifiedMapData(true);
-    return true;
-}
-
-bool excelSteps(Robot& r) {
-    if (!reqSetExcelSteps(&r.excelSteps)) return false;
-    resSetExcelSteps(true);
     return true;
 }
 
@@ -337,9 +325,10 @@ bool pgmMap(Robot& r) {
     return true;
 }
 
-template <bool Robot::*Flag, uint8_t (*Poll)(bool*), void (*Answer)(bool)>
-bool mode(Robot& r) {
-    if (!Poll(&(r.*Flag))) return false;
+// Commands whose parameter the robot only keeps.
+template <typename T, T Robot::*Field, uint8_t (*Poll)(T*), void (*Answer)(bool)>
+bool keep(Robot& r) {
+    if (!Poll(&(r.*Field))) return false;
     Answer(true);
     return true;
 }
@@ -381,18 +370,6 @@ bool dockingState(Robot& r) {
     return true;
 }
 
-bool settingCommand(Robot& r) {
-    if (!reqSetSettingCommand(&r.settingValue)) return false;
-    resSetSettingCommand(true);
-    return true;
-}
-
-bool configCommand(Robot& r) {
-    if (!reqSetConfigCommand(&r.configValue)) return false;
-    resSetConfigCommand(true);
-    return true;
-}
-
 // Two get commands carry parameters too.
 bool aiCalibration(Robot& r) {
     if (!reqGetAICalibration(&r.aiCalibration)) return false;
@@ -416,20 +393,20 @@ bool (*const kParameterised[])(Robot&) = {
     driving,
     mapping,
     modifiedMap,
-    excelSteps,
+    keep<int32_t, &Robot::excelSteps, reqSetExcelSteps, resSetExcelSteps>,
     rotation,
     integrationMap,
     mapEdit,
     pgmMap,
-    mode<&Robot::factoryMode, reqSetFactoryMode, resSetFactoryMode>,
-    mode<&Robot::batterySleep, reqSetBatterySleepMode, resSetBatterySleepMode>,
-    mode<&Robot::inspectionMode, reqSetSensorInspectionMode, resSetSensorInspectionMode>,
+    keep<bool, &Robot::factoryMode, reqSetFactoryMode, resSetFactoryMode>,
+    keep<bool, &Robot::batterySleep, reqSetBatterySleepMode, resSetBatterySleepMode>,
+    keep<bool, &Robot::inspectionMode, reqSetSensorInspectionMode, resSetSensorInspectionMode>,
     stationRepositioning,
     firmwareAnnouncement,
     firmwareImage,
     dockingState,
-    settingCommand,
-    configCommand,
+    keep<int32_t, &Robot::settingValue, reqSetSettingCommand, resSetSettingCommand>,
+    keep<int32_t, &Robot::configValue, reqSetConfigCommand, resSetConfigCommand>,
     aiCalibration,
     travelEstimate,
 };

@@ -1,0 +1,54 @@
+#!/usr/bin/env bash
+# The demo: builds robocomm, starts the simulated robot (robocomm-demo-host)
+# and drives it through a short session with the operator client.
+#   scripts/demo.sh
+source "$(dirname "${BASH_SOURCE[0]}")/setup.sh"
+
+build_into "$ROOT/build"
+tools="$ROOT/build/tools"
+work=$(mktemp -d /tmp/robocomm-demo-XXXXXX)
+
+"$tools/robocomm-demo-host" --run-dir "$work/robot" >"$work/robot.out" 2>&1 &
+host=$!
+stop_host() {
+  kill -TERM "$host" 2>/dev/null || return 0
+  for _ in $(seq 50); do kill -0 "$host" 2>/dev/null || break; sleep 0.1; done
+  kill -KILL "$host" 2>/dev/null || true
+}
+trap stop_host EXIT
+
+for _ in $(seq 100); do
+  grep -q "demo host: serving" "$work/robot.out" && break
+  kill -0 "$host" 2>/dev/null || break
+  sleep 0.1
+done
+if ! grep -q "demo host: serving" "$work/robot.out"; then
+  cat "$work/robot.out" >&2
+  exit 1
+fi
+
+step() {
+  local title=$1
+  shift
+  printf '\n== %s\n$ robocomm-client %s\n' "$title" "$*"
+  "$tools/robocomm-client" "$@"
+}
+
+step "Which software does the robot run?" --json get software-version
+step "Its status and battery" --json get robot-status
+"$tools/robocomm-client" --json get battery-status-v2
+step "Where is it?" --json get position
+step "Send it to a target" --json set target-position 1.5 2.0 0.3
+sleep 0.5
+step "On its way" --json get all-moving-info
+step "The map, saved as an image" --json --save "$work/map.pgm" get map-data
+head -c 150000 /dev/urandom >"$work/firmware.bin"
+step "A firmware update (progress reported by the robot)" ota "$work/firmware.bin"
+step "The log bundle" log "$work/robot-logs.tar.gz"
+tar -tzvf "$work/robot-logs.tar.gz"
+step "Set its clock (the demo host only logs the time)" --json set time-data 2024 5 1 12 0 0
+
+stop_host
+printf '\n== What the robot said\n'
+cat "$work/robot.out"
+printf '\nFiles of this run are in %s (the library log: %s/robot/robocomm.log)\n' "$work" "$work"
