@@ -19,5 +19,7 @@ install(FILES
   ${CMAKE_CURRENT_BINARY_DIR}/robocommConfigVersion.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/robocomm)
 
+# Relative to the .pc file, so an installed tree can be moved.
+file(RELATIVE_PATH PKGCONFIG_TO_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 configure_file(cmake/robocomm.pc.in ${CMAKE_CURRENT_BINARY_DIR}/robocomm.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/robocomm.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
