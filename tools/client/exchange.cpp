@@ -20,8 +20,6 @@ constexpr uint8_t kHeartbeatCode = 64;
 constexpr Millis kHeartbeatEvery{1000};
 // The longest the watch loop waits before it looks at the clock and Ctrl-C again.
 constexpr Millis kWatchTick{200};
-// State of an OTA push when the firmware data failed their checksum.
-constexpr int kOtaChecksumFailed = 15;
 
 volatile std::sig_atomic_t interrupted = 0;
 
@@ -46,8 +44,9 @@ bool refused(const Json::Value& document) {
 void saveData(Json::Value& document, const std::string& path) {
     Json::Value& answers = document["Response"]["Get"];
     for (const std::string& name : answers.getMemberNames()) {
+        const Json::Value& answer = answers[name];
+        if (!answer.isObject() || !answer.isMember("data") || !answer["data"].isString()) continue;
         Json::Value& data = answers[name]["data"];
-        if (!data.isString()) continue;
         const std::vector<unsigned char> bytes = base64Decode(data.asString());
         writeWholeFile(path, std::string(bytes.begin(), bytes.end()));
         data = "<" + std::to_string(bytes.size()) + " bytes saved to " + path + ">";

@@ -102,7 +102,11 @@ std::optional<Message> Link::receive(Deadline deadline) {
         std::string& partial = partials_[slot];
         if (header->partNumber <= 1) partial.clear();
         partial += connection_.take(length);
-        if (header->partNumber < header->totalParts) continue;
+        // A message still under way resumes at the next call once the deadline passed.
+        if (header->partNumber < header->totalParts) {
+            if (deadline.passed()) return std::nullopt;
+            continue;
+        }
         Message message{header->identifier, header->object, std::move(partial)};
         partials_.erase(slot);
         return message;
@@ -110,8 +114,10 @@ std::optional<Message> Link::receive(Deadline deadline) {
 }
 
 Message Link::awaitCode(uint8_t code, const std::function<void(const Message&)>& others) {
+    // One deadline for the whole wait: other messages do not extend it.
+    const Deadline deadline = Deadline::after(options_.timeout);
     for (;;) {
-        auto message = receive(Deadline::after(options_.timeout));
+        auto message = receive(deadline);
         if (!message)
             throw Failure(Exit::Timeout, "no answer to command " + std::to_string(code) + " within " +
                                              seconds(options_.timeout));

@@ -53,7 +53,7 @@ public:
     // The next whole message in the chunked layout; nullopt at the deadline.
     std::optional<Message> receive(Deadline deadline);
     // The next message carrying `code`; every other goes to `others`. Throws
-    // Failure(Timeout) after `timeout` of silence.
+    // Failure(Timeout) when it has not come within `timeout`.
     Message awaitCode(uint8_t code, const std::function<void(const Message&)>& others = {});
     // Exactly n raw bytes (stream layout), reporting the count so far.
     std::string receiveBytes(size_t n, const std::function<void(size_t)>& progress);

@@ -23,9 +23,6 @@ constexpr uint8_t kLogCode = 26;
 // robot's progress pushes (every 5 %) come through one by one.
 constexpr size_t kOtaSlices = 20;
 constexpr Millis kOtaSlicePause{120};
-// Firmware push states.
-constexpr int kOtaReceived = 2;
-constexpr int kOtaChecksumFailed = 15;
 // The stream layout counts its parts this way; the robot only needs a non-zero value.
 constexpr size_t kStreamPartRounding = kStreamSlice + kDigestSize - 1;
 
@@ -50,15 +47,19 @@ public:
     void pump(Deadline deadline) {
         while (auto message = link_.receive(deadline)) take(*message);
     }
-    // Waits until the robot has the whole image and has judged it.
+    // Waits until the robot has the whole image and has judged it. Only news
+    // of progress extends the wait.
     bool verdict() {
+        Deadline deadline = Deadline::after(link_.options().timeout);
         while (!verdict_) {
-            auto message = link_.receive(Deadline::after(link_.options().timeout));
+            auto message = link_.receive(deadline);
             if (!message)
                 throw Failure(Exit::Timeout, received_ ? "the robot took the image but sent no verdict"
                                                        : "the robot stopped reporting at " +
                                                              std::to_string(progress_) + "%");
+            const int before = progress_;
             take(*message);
+            if (progress_ != before) deadline = Deadline::after(link_.options().timeout);
         }
         return *verdict_;
     }
@@ -126,12 +127,12 @@ void runLog(const Settings& settings, const std::string& archivePath) {
     Link link(settings.link);
     link.sendCommand(kLogCode, requestDocument(findByCode(kLogCode), {}));
     // Anything before the bundle's first frame is a push: pass it by.
+    const Deadline start = Deadline::after(settings.link.timeout);
     for (;;) {
-        const auto header = link.peekHeader(Deadline::after(settings.link.timeout));
+        const auto header = link.peekHeader(start);
         if (!header) throw Failure(Exit::Timeout, "no log bundle within the timeout");
         if (header->identifier == kLogCode && header->object == kKindAnswer) break;
-        if (!link.receive(Deadline::after(settings.link.timeout)))
-            throw Failure(Exit::Timeout, "the robot stopped in the middle of a message");
+        if (!link.receive(start)) throw Failure(Exit::Timeout, "no log bundle within the timeout");
     }
     const std::string head = link.receiveBytes(kHeaderSize + kDigestSize, [](size_t) {});
     const FrameHeader header = readHeader(reinterpret_cast<const unsigned char*>(head.data()));

@@ -9,6 +9,10 @@
 
 namespace robocomm::client {
 
+// States in the robot's firmware pushes (code 81, kind 15).
+constexpr int kOtaReceived = 2;
+constexpr int kOtaChecksumFailed = 15;
+
 // "TargetPosition" -> "target-position", "MotorManual_RPM" -> "motor-manual-rpm".
 std::string kebabName(const std::string& name);
 
