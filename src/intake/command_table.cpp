@@ -148,8 +148,8 @@ const std::vector<CommandSpec>& commandTable() {
 const CommandSpec* findCommand(uint8_t code) {
     static const std::array<const CommandSpec*, 256> byCode = [] {
         std::array<const CommandSpec*, 256> index{};
-        for (const CommandSpec& spec : commandTable()) {
-            index[spec.code] = &spec;
+        for (const CommandSpec& command : commandTable()) {
+            index[command.code] = &command;
         }
         return index;
     }();

@@ -62,8 +62,8 @@ bool parseDocument(const std::string& text, Json::Value& root);
 const Json::Value& commandNode(const Json::Value& root, const char* key);
 
 // Stores every parameter of the row into its mailbox field, in table order.
-void fillParams(const CommandSpec& spec, const Json::Value& root);
+void fillParams(const CommandSpec& command, const Json::Value& root);
 // Stores the parameters, then raises the pending byte: a plain command.
-void fillAndRaise(const CommandSpec& spec, const Inbound& in);
+void fillAndRaise(const CommandSpec& command, const Inbound& in);
 
 }  // namespace robocomm

@@ -13,8 +13,8 @@ namespace robocomm {
 
 void printFirstByte(uint8_t code) { std::cout << "first Byte : " << static_cast<int>(code) << std::endl; }
 
-void handleTimeData(const CommandSpec& spec, const Inbound& in) {
-    fillAndRaise(spec, in);
+void handleTimeData(const CommandSpec& command, const Inbound& in) {
+    fillAndRaise(command, in);
     // Taking the command here means the host never finds TimeData pending.
     TimeData_t time{};
     reqSetTimeData(&time);
@@ -22,31 +22,31 @@ void handleTimeData(const CommandSpec& spec, const Inbound& in) {
     resSetTimeData(true);
 }
 
-void handleByPassOneData(const CommandSpec& spec, const Inbound& in) {
+void handleByPassOneData(const CommandSpec& command, const Inbound& in) {
     std::cout << "parseBypassOneData : " << in.message << std::endl;
     // A failed save must not hold back the edit itself.
     API_FileSave(in.text, mapEditFilePath, key, iv);
-    ByPassOneData_t edit = parseBypassOneData(commandNode(in.root, spec.key));
+    ByPassOneData_t edit = parseBypassOneData(commandNode(in.root, command.key));
     const std::string uid = edit.uid;
     {
         std::lock_guard<std::mutex> lock(mailboxMutex());
         static_cast<ByPassOneData_t&>(globalSetByPassOne) = std::move(edit);
-        storePending(*spec.pending, 1);
+        storePending(*command.pending, 1);
     }
     std::cout << "Bypass One Data parsed. UID: " << uid << std::endl;
 }
 
-void handleOTA(const CommandSpec& spec, const Inbound& in) {
-    printFirstByte(spec.code);
-    fillAndRaise(spec, in);
+void handleOTA(const CommandSpec& command, const Inbound& in) {
+    printFirstByte(command.code);
+    fillAndRaise(command, in);
 }
 
-void handleOTAdata(const CommandSpec& spec, const Inbound& in) {
+void handleOTAdata(const CommandSpec& command, const Inbound& in) {
     std::cout << "setOTADataIdx " << std::endl;
     bool verified = false;
     {
         std::lock_guard<std::mutex> lock(mailboxMutex());
-        fillParams(spec, in.root);
+        fillParams(command, in.root);
         verified = verifySHA256(globalOTAdata.data, globalOTAdata.checksum);
     }
     std::cout << "OTA Data : " << (verified ? "Pass" : "Fail") << std::endl;
@@ -54,12 +54,12 @@ void handleOTAdata(const CommandSpec& spec, const Inbound& in) {
         resSetOTAdata(0, 15);
     }
     // A mismatch also withdraws an earlier OTAdata the host has not taken yet.
-    storePending(*spec.pending, verified ? 1 : 0);
+    storePending(*command.pending, verified ? 1 : 0);
 }
 
-void handleFactoryReset(const CommandSpec& spec, const Inbound& in) {
+void handleFactoryReset(const CommandSpec& command, const Inbound& in) {
     std::cout << "setFactoryResetIdx" << std::endl;
-    fillAndRaise(spec, in);
+    fillAndRaise(command, in);
 }
 
 }  // namespace robocomm

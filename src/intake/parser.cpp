@@ -51,20 +51,20 @@ bool parseDocument(const std::string& text, Json::Value& root) {
 
 const Json::Value& commandNode(const Json::Value& root, const char* key) { return root["Request"]["Set"][key]; }
 
-void fillParams(const CommandSpec& spec, const Json::Value& root) {
-    if (spec.params.empty()) {
+void fillParams(const CommandSpec& command, const Json::Value& root) {
+    if (command.params.empty()) {
         return;
     }
-    const Json::Value& node = commandNode(root, spec.key);
-    for (const ParamSpec& param : spec.params) {
+    const Json::Value& node = commandNode(root, command.key);
+    for (const ParamSpec& param : command.params) {
         std::visit(StoreParam{node[param.key]}, param.field);
     }
 }
 
-void fillAndRaise(const CommandSpec& spec, const Inbound& in) {
+void fillAndRaise(const CommandSpec& command, const Inbound& in) {
     std::lock_guard<std::mutex> lock(mailboxMutex());
-    fillParams(spec, in.root);
-    storePending(*spec.pending, 1);
+    fillParams(command, in.root);
+    storePending(*command.pending, 1);
 }
 
 }  // namespace robocomm
@@ -80,10 +80,10 @@ void parseData(const std::string& message) {
     parseDocument(text, root);
     printFirstByte(code);
 
-    const CommandSpec* spec = findCommand(code);
-    if (spec == nullptr) {
+    const CommandSpec* command = findCommand(code);
+    if (command == nullptr) {
         std::cerr << "Unknown data format" << std::endl;
         return;
     }
-    spec->handle(*spec, Inbound{message, text, root});
+    command->handle(*command, Inbound{message, text, root});
 }

@@ -218,12 +218,12 @@ Value cleared(ParamKind kind) {
 
 // Codes 67 and 81 set the clock or check a digest on the way in; they have
 // tests of their own.
-bool plainlyStored(const CommandSpec& spec) { return spec.code != 67 && spec.code != 81; }
+bool plainlyStored(const CommandSpec& command) { return command.code != 67 && command.code != 81; }
 
 std::vector<uint8_t> pendingBytes() {
     std::vector<uint8_t> bytes;
-    for (const CommandSpec& spec : commandTable()) {
-        bytes.push_back(spec.pending ? *spec.pending : 0);
+    for (const CommandSpec& command : commandTable()) {
+        bytes.push_back(command.pending ? *command.pending : 0);
     }
     return bytes;
 }
@@ -232,8 +232,8 @@ std::vector<uint8_t> pendingBytes() {
 // share its mailbox (2 and 101, 70 and 72) show it raised too.
 std::vector<uint8_t> onlyRaised(const CommandSpec& raised) {
     std::vector<uint8_t> bytes;
-    for (const CommandSpec& spec : commandTable()) {
-        bytes.push_back(spec.pending != nullptr && spec.pending == raised.pending ? 1 : 0);
+    for (const CommandSpec& command : commandTable()) {
+        bytes.push_back(command.pending != nullptr && command.pending == raised.pending ? 1 : 0);
     }
     return bytes;
 }
@@ -253,60 +253,60 @@ TEST_F(CommandTableTest, AcceptsExactlyTheVocabulary) {
     }
     EXPECT_EQ(accepted, expected);
     EXPECT_EQ(commandTable().size(), expected.size());
-    for (const CommandSpec& spec : commandTable()) {
-        EXPECT_EQ(findCommand(spec.code), &spec);
-        const bool getRange = spec.code <= 43 || spec.code == 101;
-        EXPECT_EQ(spec.kind == CommandKind::Get, getRange) << int(spec.code);
-        EXPECT_EQ(spec.key == nullptr, spec.params.empty() && spec.code != 71) << int(spec.code);
+    for (const CommandSpec& command : commandTable()) {
+        EXPECT_EQ(findCommand(command.code), &command);
+        const bool getRange = command.code <= 43 || command.code == 101;
+        EXPECT_EQ(command.kind == CommandKind::Get, getRange) << int(command.code);
+        EXPECT_EQ(command.key == nullptr, command.params.empty() && command.code != 71) << int(command.code);
     }
 }
 
 TEST_F(CommandTableTest, EveryCommandHasItsPoll) {
-    for (const CommandSpec& spec : commandTable()) {
-        if (spec.code == 18) continue;
-        EXPECT_EQ(pollers().count(spec.code), 1u) << spec.name;
+    for (const CommandSpec& command : commandTable()) {
+        if (command.code == 18) continue;
+        EXPECT_EQ(pollers().count(command.code), 1u) << command.name;
     }
 }
 
 TEST_F(CommandTableTest, ParametersLandInTheMailboxAndComeOutOfThePoll) {
-    for (const CommandSpec& spec : commandTable()) {
-        if (spec.params.empty() || !plainlyStored(spec)) continue;
-        SCOPED_TRACE(spec.name);
+    for (const CommandSpec& command : commandTable()) {
+        if (command.params.empty() || !plainlyStored(command)) continue;
+        SCOPED_TRACE(command.name);
         Json::Value params;
         Values sent;
-        for (size_t i = 0; i < spec.params.size(); ++i) {
-            const Value value = sample(spec.params[i].kind, i);
-            params[spec.params[i].key] = toJson(value);
-            sent[spec.params[i].key] = value;
+        for (size_t i = 0; i < command.params.size(); ++i) {
+            const Value value = sample(command.params[i].kind, i);
+            params[command.params[i].key] = toJson(value);
+            sent[command.params[i].key] = value;
         }
-        captureOutput([&] { parseData(message(spec.code, requestText(spec.key, params))); });
+        captureOutput([&] { parseData(message(command.code, requestText(command.key, params))); });
 
-        EXPECT_EQ(pendingBytes(), onlyRaised(spec));
-        for (const auto& param : spec.params) {
+        EXPECT_EQ(pendingBytes(), onlyRaised(command));
+        for (const auto& param : command.params) {
             EXPECT_EQ(stored(param.field), sent.at(param.key)) << param.key;
         }
-        const Polled polled = pollers().at(spec.code)();
+        const Polled polled = pollers().at(command.code)();
         EXPECT_EQ(polled.pending, 1);
         for (const auto& [key, value] : polled.values) {
             EXPECT_EQ(value, sent.at(key)) << key;
         }
-        EXPECT_EQ(*spec.pending, 0);
-        for (const auto& param : spec.params) {
+        EXPECT_EQ(*command.pending, 0);
+        for (const auto& param : command.params) {
             EXPECT_EQ(stored(param.field), cleared(param.kind)) << param.key;
         }
-        EXPECT_EQ(pollers().at(spec.code)().pending, 0) << "a second poll finds nothing";
+        EXPECT_EQ(pollers().at(command.code)().pending, 0) << "a second poll finds nothing";
     }
 }
 
 TEST_F(CommandTableTest, ParameterlessCommandsOnlyRaiseTheirFlag) {
-    for (const CommandSpec& spec : commandTable()) {
-        if (!spec.params.empty() || spec.pending == nullptr || spec.code == 71) continue;
-        SCOPED_TRACE(spec.name);
-        const auto output = captureOutput([&] { parseData(message(spec.code, "{}")); });
+    for (const CommandSpec& command : commandTable()) {
+        if (!command.params.empty() || command.pending == nullptr || command.code == 71) continue;
+        SCOPED_TRACE(command.name);
+        const auto output = captureOutput([&] { parseData(message(command.code, "{}")); });
         EXPECT_EQ(output.err, "");
-        EXPECT_EQ(pendingBytes(), onlyRaised(spec));
-        EXPECT_EQ(pollers().at(spec.code)().pending, 1);
-        EXPECT_EQ(pollers().at(spec.code)().pending, 0);
+        EXPECT_EQ(pendingBytes(), onlyRaised(command));
+        EXPECT_EQ(pollers().at(command.code)().pending, 1);
+        EXPECT_EQ(pollers().at(command.code)().pending, 0);
     }
 }
 

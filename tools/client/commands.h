@@ -18,7 +18,7 @@ struct Settings {
 };
 
 // Sends one command and prints the robot's answer (get, set, send).
-void runRequest(const Settings& settings, const CommandSpec& spec, const std::string& document);
+void runRequest(const Settings& settings, const CommandSpec& command, const std::string& document);
 // Prints the robot's pushes for `duration`, or until interrupted.
 void runWatch(const Settings& settings, Millis duration);
 // Streams a firmware image and waits for the robot's verdict.

@@ -57,17 +57,17 @@ void saveData(Json::Value& document, const std::string& path) {
 
 }  // namespace
 
-void runRequest(const Settings& settings, const CommandSpec& spec, const std::string& document) {
+void runRequest(const Settings& settings, const CommandSpec& command, const std::string& document) {
     Link link(settings.link);
-    link.sendCommand(spec.code, document);
-    if (!expectsAnswer(spec)) {
-        if (!settings.json) std::cout << "sent command " << int(spec.code) << "; the robot does not answer it\n";
+    link.sendCommand(command.code, document);
+    if (!expectsAnswer(command)) {
+        if (!settings.json) std::cout << "sent command " << int(command.code) << "; the robot does not answer it\n";
         return;
     }
-    Json::Value answer = link.document(link.awaitCode(answerCode(spec)));
+    Json::Value answer = link.document(link.awaitCode(answerCode(command)));
     if (!settings.saveTo.empty()) saveData(answer, settings.saveTo);
     printDocument(answer, settings.json);
-    if (refused(answer)) throw Failure(Exit::Failed, "the robot refused command " + std::to_string(spec.code));
+    if (refused(answer)) throw Failure(Exit::Failed, "the robot refused command " + std::to_string(command.code));
 }
 
 void runWatch(const Settings& settings, Millis duration) {
@@ -103,14 +103,14 @@ void runWatch(const Settings& settings, Millis duration) {
 
 void printCommandList(bool json) {
     Json::Value list(Json::arrayValue);
-    for (const CommandSpec& spec : commandTable()) {
+    for (const CommandSpec& command : commandTable()) {
         if (!json) {
-            std::cout << std::setw(5) << int(spec.code) << "  " << synopsis(spec) << "\n";
+            std::cout << std::setw(5) << int(command.code) << "  " << synopsis(command) << "\n";
             continue;
         }
         Json::Value entry;
-        entry["code"] = spec.code;
-        entry["usage"] = synopsis(spec);
+        entry["code"] = command.code;
+        entry["usage"] = synopsis(command);
         list.append(entry);
     }
     if (json) std::cout << compactJson(list) << std::endl;

@@ -110,7 +110,7 @@ void sendFile(const Settings& settings, const std::string& codeText, const std::
     errno = 0;
     const long code = std::strtol(codeText.c_str(), &end, 10);
     if (codeText.empty() || *end != '\0' || errno != 0) throw usage("'" + codeText + "' is not a command code");
-    const CommandSpec& spec = findByCode(static_cast<int>(std::clamp<long>(code, -1, 256)));
+    const CommandSpec& command = findByCode(static_cast<int>(std::clamp<long>(code, -1, 256)));
     const std::string document = readWholeFile(path);
     Json::CharReaderBuilder builder;
     const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
@@ -118,7 +118,7 @@ void sendFile(const Settings& settings, const std::string& codeText, const std::
     std::string errors;
     if (!reader->parse(document.data(), document.data() + document.size(), &root, &errors))
         throw Failure(Exit::Usage, path + " is not a JSON document: " + errors);
-    runRequest(settings, spec, document);
+    runRequest(settings, command, document);
 }
 
 void run(const CommandLine& line) {
@@ -126,8 +126,8 @@ void run(const CommandLine& line) {
     const Settings& settings = line.settings;
     if (verb == "get" || verb == "set") {
         const auto args = operands(line, 1, SIZE_MAX, "get|set NAME [PARAMS...]");
-        const CommandSpec& spec = findByName(verb == "get" ? CommandKind::Get : CommandKind::Set, args[0]);
-        runRequest(settings, spec, requestDocument(spec, {args.begin() + 1, args.end()}));
+        const CommandSpec& command = findByName(verb == "get" ? CommandKind::Get : CommandKind::Set, args[0]);
+        runRequest(settings, command, requestDocument(command, {args.begin() + 1, args.end()}));
     } else if (verb == "send") {
         const auto args = operands(line, 2, 2, "send CODE FILE");
         sendFile(settings, args[0], args[1]);

@@ -98,42 +98,42 @@ std::string kebabName(const std::string& name) {
 
 const CommandSpec& findByName(CommandKind kind, const std::string& name) {
     const std::string key = folded(name);
-    for (const CommandSpec& spec : commandTable())
-        if (spec.kind == kind && folded(spec.name) == key) return spec;
+    for (const CommandSpec& command : commandTable())
+        if (command.kind == kind && folded(command.name) == key) return command;
     throw Failure(Exit::Usage, std::string("unknown command: ") + verb(kind) + " " + name +
                                    " (robocomm-client list shows them all)");
 }
 
 const CommandSpec& findByCode(int code) {
-    const CommandSpec* spec = code >= 0 && code <= 255 ? findCommand(static_cast<uint8_t>(code)) : nullptr;
-    if (!spec) throw Failure(Exit::Usage, "unknown command code " + std::to_string(code));
-    return *spec;
+    const CommandSpec* command = code >= 0 && code <= 255 ? findCommand(static_cast<uint8_t>(code)) : nullptr;
+    if (!command) throw Failure(Exit::Usage, "unknown command code " + std::to_string(code));
+    return *command;
 }
 
-std::string synopsis(const CommandSpec& spec) {
-    std::string text = std::string(verb(spec.kind)) + " " + kebabName(spec.name);
-    for (const ParamSpec& param : spec.params) text += std::string(" <") + param.key + ">";
+std::string synopsis(const CommandSpec& command) {
+    std::string text = std::string(verb(command.kind)) + " " + kebabName(command.name);
+    for (const ParamSpec& param : command.params) text += std::string(" <") + param.key + ">";
     return text;
 }
 
-std::string requestDocument(const CommandSpec& spec, const std::vector<std::string>& args) {
-    if (args.size() != spec.params.size())
-        throw Failure(Exit::Usage, "usage: robocomm-client " + synopsis(spec));
+std::string requestDocument(const CommandSpec& command, const std::vector<std::string>& args) {
+    if (args.size() != command.params.size())
+        throw Failure(Exit::Usage, "usage: robocomm-client " + synopsis(command));
     Json::Value root;
-    if (spec.params.empty()) {
-        root["Request"][spec.kind == CommandKind::Get ? "Get" : "Set"][spec.name] = Json::objectValue;
+    if (command.params.empty()) {
+        root["Request"][command.kind == CommandKind::Get ? "Get" : "Set"][command.name] = Json::objectValue;
         return compactJson(root);
     }
-    Json::Value& node = root["Request"]["Set"][spec.key];
-    for (size_t i = 0; i < args.size(); ++i) node[spec.params[i].key] = parseParam(spec.params[i], args[i]);
+    Json::Value& node = root["Request"]["Set"][command.key];
+    for (size_t i = 0; i < args.size(); ++i) node[command.params[i].key] = parseParam(command.params[i], args[i]);
     return compactJson(root);
 }
 
-uint8_t answerCode(const CommandSpec& spec) { return findByName(spec.kind, spec.name).code; }
+uint8_t answerCode(const CommandSpec& command) { return findByName(command.kind, command.name).code; }
 
-bool expectsAnswer(const CommandSpec& spec) {
+bool expectsAnswer(const CommandSpec& command) {
     for (uint8_t code : kUnanswered)
-        if (spec.code == code) return false;
+        if (command.code == code) return false;
     return true;
 }
 

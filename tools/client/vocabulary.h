@@ -23,16 +23,16 @@ const CommandSpec& findByName(CommandKind kind, const std::string& name);
 const CommandSpec& findByCode(int code);
 
 // "set target-position <x> <y> <theta>"
-std::string synopsis(const CommandSpec& spec);
+std::string synopsis(const CommandSpec& command);
 
 // The request document for the command, parameters taken from `args` in
 // table order. Throws Failure(Usage) for a wrong count or a bad value.
-std::string requestDocument(const CommandSpec& spec, const std::vector<std::string>& args);
+std::string requestDocument(const CommandSpec& command, const std::vector<std::string>& args);
 
 // The code the answer comes under: a command that shares its name with an
 // earlier one (101, a second LidarSensorStatus) is answered as that one.
-uint8_t answerCode(const CommandSpec& spec);
+uint8_t answerCode(const CommandSpec& command);
 // Commands the robot takes without answering.
-bool expectsAnswer(const CommandSpec& spec);
+bool expectsAnswer(const CommandSpec& command);
 
 }  // namespace robocomm::client
