@@ -6,13 +6,12 @@
 #include <mutex>
 #include <utility>
 
+#include "link/frame.h"
 #include "robocomm/link.h"
 
 JigData_t jigDataArray[JIG_COMMAND_COUNT];
 
 namespace {
-
-constexpr char JIG_MESSAGE_KIND = static_cast<char>(200);
 
 // The receive thread stores while a host thread collects. The jig protocol is
 // one block at a time, but a vector replaced under a reader would be torn
@@ -64,5 +63,5 @@ bool API_RecvJigData(int command, std::vector<unsigned char>& out) {
 }
 
 void API_SendJigData(int command, const std::vector<unsigned char>& data) {
-    sendLargeData(data, static_cast<char>(command), JIG_MESSAGE_KIND);
+    sendLargeData(data, static_cast<char>(command), static_cast<char>(robocomm::kKindJig));
 }

@@ -75,8 +75,8 @@ std::string decryptData(const std::string& cipher, unsigned char* key, unsigned 
     return plain;
 }
 
-// Callers pass plain integers; an unknown one gets the prefix alone, with no
-// line end, which the file store's output relies on.
+// Only reports: the file store carries on after a failed step. A code outside
+// the table gets the prefix alone, not even a line end, as it always has.
 void handleErrors(EncryptionError code) {
     std::cerr << "An error occurred during the encryption/decryption process. ";
     const int value = code;
