@@ -29,9 +29,9 @@ std::string pushDocument(const char* name, Fill fill) {
     return writeDocument(document);
 }
 
-// Message kind 2 under the command code.
+// The client tells documents apart by the command code in the frame header,
+// and answers to its commands (kind 2) from unasked pushes (kind 15).
 void sendAnswer(const std::string& text, int code);
-// Message kind 15 under the command code.
 void sendPush(const std::string& text, int code);
 
 }  // namespace robocomm

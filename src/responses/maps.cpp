@@ -8,22 +8,6 @@
 using robocomm::answerDocument;
 using robocomm::sendAnswer;
 
-namespace {
-
-void setGeometry(Json::Value& body, double width, double height, double resolution, double posX, double posY) {
-    body["width"] = width;
-    body["height"] = height;
-    body["resolution"] = resolution;
-    body["posX"] = posX;
-    body["posY"] = posY;
-}
-
-std::string imageDocument(const char* name, const unsigned char* data, unsigned long size) {
-    return answerDocument(name, [&](Json::Value& body) { body["data"] = base64Encode(data, size); });
-}
-
-}  // namespace
-
 std::string createJsonMapStatus(bool mapping, const std::string& data) {
     return answerDocument("MapStatus", [&](Json::Value& body) {
         body["mapping"] = mapping;
@@ -34,21 +18,22 @@ std::string createJsonMapStatus(bool mapping, const std::string& data) {
 std::string createJsonMapDataS(double width, double height, double resolution, double posX, double posY,
                                const std::string& data) {
     return answerDocument("MapData", [&](Json::Value& body) {
-        setGeometry(body, width, height, resolution, posX, posY);
+        body["width"] = width;
+        body["height"] = height;
+        body["resolution"] = resolution;
+        body["posX"] = posX;
+        body["posY"] = posY;
         body["data"] = data;
     });
 }
 
 std::string createJsonMapDataC(double width, double height, double resolution, double posX, double posY,
                                const unsigned char* data, unsigned long size) {
-    return answerDocument("MapData", [&](Json::Value& body) {
-        setGeometry(body, width, height, resolution, posX, posY);
-        body["data"] = base64Encode(data, size);
-    });
+    return createJsonMapDataS(width, height, resolution, posX, posY, base64Encode(data, size));
 }
 
 std::string createJsonIntegrationMapData(const unsigned char* data, unsigned long size) {
-    return imageDocument("MapData", data, size);
+    return answerDocument("MapData", [&](Json::Value& body) { body["data"] = base64Encode(data, size); });
 }
 
 std::string createJsonModifiedMapData(const std::string& data) {
@@ -64,7 +49,7 @@ std::string createJsonModifiedMapDataC(double width, double height, const unsign
 }
 
 std::string createJsonIntegrationModifiedMapDataC(const unsigned char* data, unsigned long size) {
-    return imageDocument("ModifiedMapData", data, size);
+    return createJsonModifiedMapData(base64Encode(data, size));
 }
 
 std::string createJsonLidarData(double front, double rear) {

@@ -57,8 +57,6 @@ const char* resultName(int code) {
     return nullptr;
 }
 
-void sendResult(int code, bool ok) { robocomm::sendAnswer(createJsonResult(code, ok), code); }
-
 }  // namespace
 
 std::string createJsonResult(int code, bool ok) {
@@ -67,7 +65,7 @@ std::string createJsonResult(int code, bool ok) {
     return robocomm::writeDocument(document);
 }
 
-void resSetResult(int code, bool ok) { sendResult(code, ok); }
+void resSetResult(int code, bool ok) { robocomm::sendAnswer(createJsonResult(code, ok), code); }
 
 // The set answers with nothing to do but send their code's result.
 #define ROBOCOMM_PLAIN_SET_ANSWERS(X)            \
@@ -104,7 +102,7 @@ void resSetResult(int code, bool ok) { sendResult(code, ok); }
     X(resSetConfigCommand, 252)
 
 #define ROBOCOMM_DEFINE_SET_ANSWER(function, code) \
-    void function(bool ok) { sendResult(code, ok); }
+    void function(bool ok) { resSetResult(code, ok); }
 ROBOCOMM_PLAIN_SET_ANSWERS(ROBOCOMM_DEFINE_SET_ANSWER)
 #undef ROBOCOMM_DEFINE_SET_ANSWER
 #undef ROBOCOMM_PLAIN_SET_ANSWERS
@@ -113,5 +111,5 @@ ROBOCOMM_PLAIN_SET_ANSWERS(ROBOCOMM_DEFINE_SET_ANSWER)
 // driving the robot by hand watches them.
 void resSetMotorManual_RPM(bool ok) {
     std::cout << "Motor settings applied: " << (ok ? "Success" : "Failure") << std::endl;
-    sendResult(58, ok);
+    resSetResult(58, ok);
 }
