@@ -9,6 +9,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <system_error>
+#include <utility>
 
 #include "link/frame.h"
 #include "robocomm/files.h"
@@ -19,6 +20,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr int kLogDataCode = 26;
+// As int, so that the [DEBUG] line prints the kind as a number.
 constexpr int kAnswerKind = robocomm::kKindAnswer;
 
 bool isDirectory(const std::string& path) {
@@ -68,7 +70,7 @@ CompressedFile_t readCompressedFile(const std::string& path) {
     if (!file.read(data.data(), size)) {
         throw std::runtime_error("Failed to read data from compressed file: " + path);
     }
-    return CompressedFile_t{data, size};
+    return CompressedFile_t{std::move(data), size};
 }
 
 bool resGetLogData(const std::string& folderPath) {
