@@ -24,7 +24,7 @@ constexpr int kStateComplete = 2;
 
 // Converting a NaN or out-of-range double to int is undefined in C++; this
 // saturates as the target's conversion instruction does (NaN gives 0). Only
-// an announced size of 0 gets there.
+// an announced size of 0, or far more bytes than announced, gets there.
 int progressPercent(uint64_t expectedSize) {
     const double percent = static_cast<double>(receivedBytes) / static_cast<double>(expectedSize) * 100;
     if (std::isnan(percent)) return 0;

@@ -2,6 +2,7 @@
 // chunked layout and the log bundle in the stream layout.
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <stdexcept>
