@@ -2,48 +2,38 @@
 
 #include <sys/time.h>
 
-#include <mutex>
+#include <atomic>
 
 namespace {
 
-// The library sets the clock on its receive thread while tests read on theirs.
-std::mutex clockMutex;
-int callCount = 0;
-robotest::ClockCall lastCall{0, 0};
-bool failNext = false;
+// Written by the library on its receive thread, read by tests on theirs. The
+// count goes up last, so a test that saw it change reads the matching time.
+std::atomic<long> lastSeconds{0};
+std::atomic<long> lastMicros{0};
+std::atomic<int> callCount{0};
+std::atomic<bool> failNext{false};
 
 }  // namespace
 
 extern "C" int settimeofday(const struct timeval* tv, const struct timezone*) noexcept {
-    std::lock_guard<std::mutex> lock(clockMutex);
+    lastSeconds = tv->tv_sec;
+    lastMicros = tv->tv_usec;
     ++callCount;
-    lastCall = {static_cast<long>(tv->tv_sec), static_cast<long>(tv->tv_usec)};
-    if (!failNext) return 0;
-    failNext = false;
-    return -1;
+    return failNext.exchange(false) ? -1 : 0;
 }
 
 namespace robotest {
 
-int clockSetCount() {
-    std::lock_guard<std::mutex> lock(clockMutex);
-    return callCount;
-}
+int clockSetCount() { return callCount; }
 
-ClockCall lastClockSet() {
-    std::lock_guard<std::mutex> lock(clockMutex);
-    return lastCall;
-}
+ClockCall lastClockSet() { return {lastSeconds, lastMicros}; }
 
-void failNextClockSet() {
-    std::lock_guard<std::mutex> lock(clockMutex);
-    failNext = true;
-}
+void failNextClockSet() { failNext = true; }
 
 void resetFakeClock() {
-    std::lock_guard<std::mutex> lock(clockMutex);
     callCount = 0;
-    lastCall = {0, 0};
+    lastSeconds = 0;
+    lastMicros = 0;
     failNext = false;
 }
 

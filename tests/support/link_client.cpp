@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <thread>
 #include <vector>
 
@@ -17,41 +16,30 @@ namespace robotest {
 
 namespace {
 
-constexpr uint16_t kServerPort = 10001;
-constexpr auto kConnectPatience = std::chrono::seconds(5);
-constexpr auto kConnectRetry = std::chrono::milliseconds(50);
+using std::chrono::milliseconds;
 
 int connectOnce() {
-    int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    if (fd < 0) return -1;
+    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in addr{};
     addr.sin_family = AF_INET;
-    addr.sin_port = htons(kServerPort);
+    addr.sin_port = htons(10001);
     addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (::connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0) return fd;
-    ::close(fd);
+    if (fd >= 0 && ::connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0) return fd;
+    if (fd >= 0) ::close(fd);
     return -1;
 }
 
-std::string headerBytes(const robocomm::FrameHeader& header) {
-    std::string bytes(robocomm::kHeaderSize, '\0');
-    robocomm::writeHeader(header, reinterpret_cast<unsigned char*>(bytes.data()));
-    return bytes;
-}
-
-// Payload bytes of part k in the chunked layout of a message of totalSize bytes.
+// Payload bytes carried by this part of a chunked message.
 size_t chunkLength(const robocomm::FrameHeader& header) {
-    if (header.partNumber == 0) return 0;
-    const size_t start = static_cast<size_t>(header.partNumber - 1) * robocomm::kChunkPayload;
-    if (start >= header.totalSize) return 0;
-    return std::min(robocomm::kChunkPayload, header.totalSize - start);
+    const size_t start = (std::max<size_t>(header.partNumber, 1) - 1) * robocomm::kChunkPayload;
+    return header.totalSize > start ? std::min(robocomm::kChunkPayload, header.totalSize - start) : 0;
 }
 
 }  // namespace
 
 LinkClient::LinkClient() {
-    const auto deadline = Clock::now() + kConnectPatience;
-    while ((fd_ = connectOnce()) < 0 && Clock::now() < deadline) std::this_thread::sleep_for(kConnectRetry);
+    const auto deadline = Clock::now() + std::chrono::seconds(5);
+    while ((fd_ = connectOnce()) < 0 && Clock::now() < deadline) std::this_thread::sleep_for(milliseconds(50));
 }
 
 LinkClient::~LinkClient() { close(); }
@@ -70,28 +58,22 @@ uint16_t LinkClient::localPort() const {
     return ntohs(addr.sin_port);
 }
 
-void LinkClient::sendRaw(const std::string& bytes, std::chrono::milliseconds pause) {
-    size_t sent = 0;
-    while (fd_ >= 0 && sent < bytes.size()) {
-        const ssize_t n = ::send(fd_, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) break;
-        sent += static_cast<size_t>(n);
-    }
+// A blocking send on a stream socket writes every byte unless a signal interrupts it.
+void LinkClient::sendRaw(const std::string& bytes, milliseconds pause) {
+    if (fd_ >= 0) ::send(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
     std::this_thread::sleep_for(pause);
 }
 
 void LinkClient::sendFrame(uint8_t code, uint8_t kind, const std::string& payload, uint16_t totalParts,
                            uint16_t partNumber) {
-    const robocomm::FrameHeader header{static_cast<uint32_t>(payload.size()), totalParts, partNumber, code, kind};
-    sendRaw(headerBytes(header) + payload);
+    std::string header(robocomm::kHeaderSize, '\0');
+    robocomm::writeHeader({static_cast<uint32_t>(payload.size()), totalParts, partNumber, code, kind},
+                          reinterpret_cast<unsigned char*>(header.data()));
+    sendRaw(header + payload);
 }
 
 void LinkClient::sendCommand(uint8_t code, const std::string& json) {
-    if (!enableEnc) {
-        sendFrame(code, 1, json);
-        return;
-    }
+    if (!enableEnc) return sendFrame(code, 1, json);
     std::vector<unsigned char> cipher;
     encryptData(json, cipher, key, iv);
     sendFrame(code, 1, std::string(cipher.begin(), cipher.end()));
@@ -99,58 +81,45 @@ void LinkClient::sendCommand(uint8_t code, const std::string& json) {
 
 bool LinkClient::fill(size_t n, Clock::time_point deadline) {
     char chunk[65536];
-    while (buffer_.size() < n && fd_ >= 0) {
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
-        if (left.count() <= 0) return false;
+    while (buffer_.size() < n) {
+        const auto left = std::chrono::duration_cast<milliseconds>(deadline - Clock::now()).count();
         pollfd p{fd_, POLLIN, 0};
-        const int ready = ::poll(&p, 1, static_cast<int>(left.count()));
-        if (ready < 0 && errno == EINTR) continue;
-        if (ready <= 0) return false;
+        if (fd_ < 0 || left <= 0 || ::poll(&p, 1, static_cast<int>(left)) <= 0) return false;
         const ssize_t got = ::recv(fd_, chunk, sizeof chunk, 0);
-        if (got < 0 && errno == EINTR) continue;
         if (got <= 0) return false;
         buffer_.append(chunk, static_cast<size_t>(got));
     }
-    return buffer_.size() >= n;
+    return true;
 }
 
-std::string LinkClient::take(size_t n) {
-    n = std::min(n, buffer_.size());
-    std::string out = buffer_.substr(0, n);
-    buffer_.erase(0, n);
-    return out;
-}
-
-std::optional<Frame> LinkClient::readFrame(std::chrono::milliseconds timeout) {
+std::optional<Frame> LinkClient::readFrame(milliseconds timeout) {
     const auto deadline = Clock::now() + timeout;
     if (!fill(robocomm::kHeaderSize, deadline)) return std::nullopt;
     const auto header = robocomm::readHeader(reinterpret_cast<const unsigned char*>(buffer_.data()));
     const size_t length = robocomm::kHeaderSize + chunkLength(header);
     if (!fill(length, deadline)) return std::nullopt;
-    take(robocomm::kHeaderSize);
-    return Frame{header, take(length - robocomm::kHeaderSize)};
+    return Frame{header, readBytes(length, milliseconds(0)).substr(robocomm::kHeaderSize)};
 }
 
-std::optional<std::string> LinkClient::readMessage(uint8_t code, std::chrono::milliseconds timeout) {
+std::optional<std::string> LinkClient::readMessage(uint8_t code, milliseconds timeout) {
     const auto deadline = Clock::now() + timeout;
     std::string payload;
-    while (true) {
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
-        if (left.count() <= 0) return std::nullopt;
-        const auto frame = readFrame(left);
+    for (;;) {
+        const auto frame = readFrame(std::chrono::duration_cast<milliseconds>(deadline - Clock::now()));
         if (!frame) return std::nullopt;
         if (frame->header.identifier != code) continue;
         if (frame->header.partNumber == 1) payload.clear();
         payload += frame->payload;
         if (frame->header.partNumber >= frame->header.totalParts) break;
     }
-    if (!enableEnc) return payload;
-    return decryptData(payload, key, iv);
+    return enableEnc ? decryptData(payload, key, iv) : payload;
 }
 
-std::string LinkClient::readBytes(size_t n, std::chrono::milliseconds timeout) {
+std::string LinkClient::readBytes(size_t n, milliseconds timeout) {
     fill(n, Clock::now() + timeout);
-    return take(n);
+    std::string out = buffer_.substr(0, n);
+    buffer_.erase(0, out.size());
+    return out;
 }
 
 }  // namespace robotest

@@ -50,7 +50,6 @@ private:
     using Clock = std::chrono::steady_clock;
     // Buffers bytes until `buffer_` holds n of them or the deadline passes.
     bool fill(size_t n, Clock::time_point deadline);
-    std::string take(size_t n);
 
     int fd_ = -1;
     std::string buffer_;

@@ -17,10 +17,8 @@ OutputCapture::~OutputCapture() {
 
 CapturedOutput OutputCapture::finish() {
     active_ = false;
-    CapturedOutput output;
-    output.out = testing::internal::GetCapturedStdout();
-    output.err = testing::internal::GetCapturedStderr();
-    return output;
+    // A braced list is evaluated left to right: standard output first.
+    return {testing::internal::GetCapturedStdout(), testing::internal::GetCapturedStderr()};
 }
 
 std::string withoutPollLines(const std::string& text) {

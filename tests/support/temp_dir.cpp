@@ -4,16 +4,11 @@
 
 #include <filesystem>
 #include <stdexcept>
-#include <vector>
 
 namespace robotest {
 
-TempDir::TempDir() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "robocomm-test-XXXXXX").string();
-    std::vector<char> buffer(pattern.begin(), pattern.end());
-    buffer.push_back('\0');
-    if (!mkdtemp(buffer.data())) throw std::runtime_error("cannot create a temporary folder");
-    path_ = buffer.data();
+TempDir::TempDir() : path_((std::filesystem::temp_directory_path() / "robocomm-test-XXXXXX").string()) {
+    if (!mkdtemp(path_.data())) throw std::runtime_error("cannot create a temporary folder");
 }
 
 TempDir::~TempDir() {
