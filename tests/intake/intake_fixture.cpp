@@ -1,7 +1,5 @@
 #include "intake_fixture.h"
 
-#include <json/writer.h>
-
 #include "intake/mailbox_list.h"
 #include "robocomm/intake.h"
 #include "robocomm/link.h"
@@ -9,15 +7,11 @@
 
 namespace intaketest {
 
-std::string requestText(const char* key, const Json::Value& params) {
-    Json::Value document;
-    document["Request"]["Set"][key] = params;
-    Json::StreamWriterBuilder writer;
-    writer["indentation"] = "";
-    return Json::writeString(writer, document);
-}
-
 std::string message(uint8_t code, const std::string& body) { return std::string(1, static_cast<char>(code)) + body; }
+
+robotest::CapturedOutput parseMessage(uint8_t code, const std::string& body) {
+    return captureOutput([&] { parseData(message(code, body)); });
+}
 
 void clearAllMailboxes() {
 #define INTAKETEST_CLEAR(mailbox, clear, ...) clear();
@@ -31,19 +25,9 @@ void clearAllMailboxes() {
 }
 
 void IntakeTest::SetUp() {
-    savedEnableEnc_ = enableEnc;
-    savedClientFd_ = clientfd;
     enableEnc = 0;
-    // Answers sent by the parser itself must not reach a descriptor of the
-    // test runner; with no client they fail with a message and are dropped.
     clientfd = -1;
     clearAllMailboxes();
-}
-
-void IntakeTest::TearDown() {
-    clearAllMailboxes();
-    enableEnc = savedEnableEnc_;
-    clientfd = savedClientFd_;
 }
 
 }  // namespace intaketest
