@@ -56,7 +56,7 @@ Expected record(const char* key, uint8_t (*poll)(Out*), Report report) {
             }};
 }
 
-// Polls whose out-parameter is one value or an array of them.
+// Polls whose out-parameter is one value or an array of them, kept like a record.
 template <class T>
 Expected values(const char* key, uint8_t (*poll)(T*), std::vector<const char*> names) {
     return {key, [poll, names, out = std::array<T, 3>{}]() mutable {
@@ -155,6 +155,8 @@ TEST_F(CommandTableTest, EveryCommandLandsInItsMailboxAndComesOutOfItsPoll) {
         EXPECT_EQ(output.err, "");
         const Polled polled = poll();
         EXPECT_EQ(polled.pending, 1);
+        // What was not sent (TargetPositionCalculate, ByPassTwoData's map, the
+        // PGM verdict on a digest that does not match) comes out as zero.
         for (const auto& [name, value] : polled.values) {
             const auto it = sent.find(name);
             EXPECT_EQ(value, it == sent.end() ? zeroLike(value) : it->second) << name;
