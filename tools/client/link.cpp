@@ -50,6 +50,11 @@ std::string compactJson(const Json::Value& value) {
     return Json::writeString(writer, value);
 }
 
+bool parseJson(const std::string& text, Json::Value& root, std::string& errors) {
+    const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
+    return reader->parse(text.data(), text.data() + text.size(), &root, &errors);
+}
+
 Link::Link(const LinkOptions& options)
     : options_(options), connection_(options.host, options.port, options.timeout) {
     generateKeyAndIV(options.passPhrase.empty() ? password : options.passPhrase, key_, iv_);
@@ -113,7 +118,7 @@ std::optional<Message> Link::receive(Deadline deadline) {
     }
 }
 
-Message Link::awaitCode(uint8_t code, const std::function<void(const Message&)>& others) {
+Message Link::awaitCode(uint8_t code) {
     // One deadline for the whole wait: other messages do not extend it.
     const Deadline deadline = Deadline::after(options_.timeout);
     for (;;) {
@@ -122,7 +127,6 @@ Message Link::awaitCode(uint8_t code, const std::function<void(const Message&)>&
             throw Failure(Exit::Timeout, "no answer to command " + std::to_string(code) + " within " +
                                              seconds(options_.timeout));
         if (message->code == code) return std::move(*message);
-        if (others) others(*message);
     }
 }
 
@@ -134,7 +138,7 @@ std::string Link::receiveBytes(size_t n, const std::function<void(size_t)>& prog
             throw Failure(Exit::Timeout, "the robot stopped sending after " + std::to_string(bytes.size()) + " of " +
                                              std::to_string(n) + " bytes");
         bytes += connection_.take(std::min(n - bytes.size(), connection_.buffered().size()));
-        progress(bytes.size());
+        if (progress) progress(bytes.size());
     }
     return bytes;
 }
@@ -148,15 +152,10 @@ std::string Link::open(const std::string& payload, uint8_t code) {
     return text;
 }
 
-std::string Link::open(const Message& message) { return open(message.payload, message.code); }
-
 Json::Value Link::document(const Message& message) {
-    const std::string text = open(message);
-    Json::CharReaderBuilder builder;
-    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
     Json::Value root;
     std::string errors;
-    if (!reader->parse(text.data(), text.data() + text.size(), &root, &errors)) {
+    if (!parseJson(open(message.payload, message.code), root, errors)) {
         const char* hint = options_.plain ? " (is encryption on at the robot? drop --plain)" : "";
         throw Failure(Exit::BadData, "message " + std::to_string(message.code) + " is not JSON" + hint);
     }

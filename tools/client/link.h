@@ -52,14 +52,13 @@ public:
     std::optional<FrameHeader> peekHeader(Deadline deadline);
     // The next whole message in the chunked layout; nullopt at the deadline.
     std::optional<Message> receive(Deadline deadline);
-    // The next message carrying `code`; every other goes to `others`. Throws
+    // The next message carrying `code`, passing by every other. Throws
     // Failure(Timeout) when it has not come within `timeout`.
-    Message awaitCode(uint8_t code, const std::function<void(const Message&)>& others = {});
+    Message awaitCode(uint8_t code);
     // Exactly n raw bytes (stream layout), reporting the count so far.
-    std::string receiveBytes(size_t n, const std::function<void(size_t)>& progress);
+    std::string receiveBytes(size_t n, const std::function<void(size_t)>& progress = {});
 
     // The payload as plain text; throws Failure(BadData) when it does not decipher.
-    std::string open(const Message& message);
     std::string open(const std::string& payload, uint8_t code);
     // The payload parsed as JSON; throws Failure(BadData).
     Json::Value document(const Message& message);
@@ -79,5 +78,7 @@ private:
 std::string frameBytes(const FrameHeader& header, const std::string& payload);
 // Compact one-line JSON.
 std::string compactJson(const Json::Value& value);
+// False, with the reader's errors, when the text is not one JSON document.
+bool parseJson(const std::string& text, Json::Value& root, std::string& errors);
 
 }  // namespace robocomm::client

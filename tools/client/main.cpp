@@ -1,18 +1,16 @@
 // robocomm-client: the operator's command line to a robot running robocomm.
-#include <json/reader.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
 #include <iostream>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "client/commands.h"
 #include "client/failure.h"
 #include "client/files.h"
+#include "client/link.h"
 #include "client/vocabulary.h"
 
 using namespace robocomm;
@@ -112,11 +110,9 @@ void sendFile(const Settings& settings, const std::string& codeText, const std::
     if (codeText.empty() || *end != '\0' || errno != 0) throw usage("'" + codeText + "' is not a command code");
     const CommandSpec& command = findByCode(static_cast<int>(std::clamp<long>(code, -1, 256)));
     const std::string document = readWholeFile(path);
-    Json::CharReaderBuilder builder;
-    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
     Json::Value root;
     std::string errors;
-    if (!reader->parse(document.data(), document.data() + document.size(), &root, &errors))
+    if (!parseJson(document, root, errors))
         throw Failure(Exit::Usage, path + " is not a JSON document: " + errors);
     runRequest(settings, command, document);
 }
@@ -127,6 +123,7 @@ void run(const CommandLine& line) {
     if (verb == "get" || verb == "set") {
         const auto args = operands(line, 1, SIZE_MAX, "get|set NAME [PARAMS...]");
         const CommandSpec& command = findByName(verb == "get" ? CommandKind::Get : CommandKind::Set, args[0]);
+        if (command.code == kLogDataCode) throw usage("the log bundle comes with: robocomm-client log OUT.tar.gz");
         runRequest(settings, command, requestDocument(command, {args.begin() + 1, args.end()}));
     } else if (verb == "send") {
         const auto args = operands(line, 2, 2, "send CODE FILE");

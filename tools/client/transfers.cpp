@@ -18,7 +18,6 @@ namespace robocomm::client {
 
 namespace {
 
-constexpr uint8_t kLogCode = 26;
 // The image goes out in this many slices, one robot read each, so that the
 // robot's progress pushes (every 5 %) come through one by one.
 constexpr size_t kOtaSlices = 20;
@@ -125,16 +124,16 @@ void runOta(const Settings& settings, const std::string& imagePath) {
 
 void runLog(const Settings& settings, const std::string& archivePath) {
     Link link(settings.link);
-    link.sendCommand(kLogCode, requestDocument(findByCode(kLogCode), {}));
+    link.sendCommand(kLogDataCode, requestDocument(findByCode(kLogDataCode), {}));
     // Anything before the bundle's first frame is a push: pass it by.
     const Deadline start = Deadline::after(settings.link.timeout);
     for (;;) {
         const auto header = link.peekHeader(start);
         if (!header) throw Failure(Exit::Timeout, "no log bundle within the timeout");
-        if (header->identifier == kLogCode && header->object == kKindAnswer) break;
+        if (header->identifier == kLogDataCode && header->object == kKindAnswer) break;
         if (!link.receive(start)) throw Failure(Exit::Timeout, "no log bundle within the timeout");
     }
-    const std::string head = link.receiveBytes(kHeaderSize + kDigestSize, [](size_t) {});
+    const std::string head = link.receiveBytes(kHeaderSize + kDigestSize);
     const FrameHeader header = readHeader(reinterpret_cast<const unsigned char*>(head.data()));
     // Enciphering pads the archive by at most one block.
     if (header.totalSize > MAX_SIZE_LOG + 16)
@@ -150,7 +149,7 @@ void runLog(const Settings& settings, const std::string& archivePath) {
     const auto digest = compute_sha256(reinterpret_cast<const unsigned char*>(payload.data()), payload.size());
     if (std::memcmp(digest.data(), head.data() + kHeaderSize, kDigestSize) != 0)
         throw Failure(Exit::BadData, "the log bundle does not match its digest; nothing written");
-    const std::string archive = link.open(payload, kLogCode);
+    const std::string archive = link.open(payload, kLogDataCode);
     writeWholeFile(archivePath, archive);
 
     Json::Value summary;

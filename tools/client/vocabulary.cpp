@@ -71,8 +71,7 @@ Json::Value parseParam(const ParamSpec& param, const std::string& arg) {
     return Json::Value();
 }
 
-}  // namespace
-
+// "TargetPosition" -> "target-position", "MotorManual_RPM" -> "motor-manual-rpm".
 std::string kebabName(const std::string& name) {
     // Its capitals do not mark its words.
     if (name == "OTAdata") return "ota-data";
@@ -96,6 +95,8 @@ std::string kebabName(const std::string& name) {
     return out;
 }
 
+}  // namespace
+
 const CommandSpec& findByName(CommandKind kind, const std::string& name) {
     const std::string key = folded(name);
     for (const CommandSpec& command : commandTable())
@@ -111,6 +112,7 @@ const CommandSpec& findByCode(int code) {
 }
 
 std::string synopsis(const CommandSpec& command) {
+    if (command.code == kLogDataCode) return "log OUT.tar.gz";
     std::string text = std::string(verb(command.kind)) + " " + kebabName(command.name);
     for (const ParamSpec& param : command.params) text += std::string(" <") + param.key + ">";
     return text;

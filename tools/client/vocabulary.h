@@ -9,12 +9,12 @@
 
 namespace robocomm::client {
 
+// The log bundle comes as a stream, not as an answer document.
+constexpr uint8_t kLogDataCode = 26;
+
 // States in the robot's firmware pushes (code 81, kind 15).
 constexpr int kOtaReceived = 2;
 constexpr int kOtaChecksumFailed = 15;
-
-// "TargetPosition" -> "target-position", "MotorManual_RPM" -> "motor-manual-rpm".
-std::string kebabName(const std::string& name);
 
 // The command of this kind with this name; case, '-' and '_' do not matter.
 // Throws Failure(Usage) for an unknown name.

@@ -15,15 +15,15 @@
 #include <fcntl.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <sys/time.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <csignal>
 #include <cstdio>
-#include <cstring>
+#include <cstdlib>
 #include <ctime>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <sstream>
@@ -71,10 +71,9 @@ bool makeRunFolder(Options& options) {
         if (!mkdtemp(pattern)) return false;
         options.runFolder = pattern;
     }
-    ::mkdir(options.runFolder.c_str(), 0755);
-    ::mkdir((options.runFolder + "/logs").c_str(), 0755);
-    struct stat info {};
-    return ::stat((options.runFolder + "/logs").c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+    std::error_code error;
+    std::filesystem::create_directories(options.runFolder + "/logs", error);
+    return !error;
 }
 
 // The library ends the whole process when it cannot bind its port, so find

@@ -8,16 +8,15 @@
 
 namespace demo {
 
+bool insideRoom(double x, double y) { return x > 0 && y > 0 && x < Robot::kRoomSize && y < Robot::kRoomSize; }
+
 namespace {
 
 constexpr double kArrived = 0.02;       // m
 constexpr double kIdleDrain = 0.02;     // percent per second
 constexpr double kDriveDrain = 0.5;     // percent per second at 1 m/s
 constexpr double kChargeRate = 1.0;     // percent per second
-constexpr double kLowBattery = 15;      // percent
 constexpr size_t kJournalLines = 20;
-
-bool insideRoom(double x, double y) { return x > 0 && y > 0 && x < Robot::kRoomSize && y < Robot::kRoomSize; }
 
 // Distance to the wall along a heading, in 1 cm steps.
 double clearance(const Pose& from, double heading) {

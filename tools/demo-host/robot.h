@@ -26,6 +26,8 @@ struct Robot {
     static constexpr int kMapCells = 64;
     static constexpr double kCellSize = 0.05;
     static constexpr double kRoomSize = kMapCells * kCellSize;
+    // Below this charge (percent) the robot raises an error and asks to dock.
+    static constexpr double kLowBattery = 15;
 
     Pose pose{1.6, 1.6, 0.0};
     Pose target = pose;
@@ -86,6 +88,9 @@ struct Robot {
 private:
     std::deque<std::string> journal_;
 };
+
+// True when the point lies within the room's walls.
+bool insideRoom(double x, double y);
 
 // The demo host's own messages, on its original standard output.
 void say(const std::string& line);

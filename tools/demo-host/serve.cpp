@@ -108,7 +108,7 @@ void sendAllStatusV2(Robot& r) {
 
 void sendNotification(Robot& r) {
     if (r.emergencyStop) return resGetNotification(2, "emergency stop pressed");
-    if (r.battery < 15) return resGetNotification(1, "battery low, please dock");
+    if (r.battery < Robot::kLowBattery) return resGetNotification(1, "battery low, please dock");
     resGetNotification(0, "all systems normal");
 }
 
@@ -326,19 +326,18 @@ bool pgmMap(Robot& r) {
 }
 
 // Commands whose parameter the robot only keeps.
-template <typename T, T Robot::*Field, uint8_t (*Poll)(T*), void (*Answer)(bool)>
-bool keep(Robot& r) {
-    if (!Poll(&(r.*Field))) return false;
-    Answer(true);
+template <typename T>
+bool keep(T& field, uint8_t (*poll)(T*), void (*answer)(bool)) {
+    if (!poll(&field)) return false;
+    answer(true);
     return true;
 }
 
 bool stationRepositioning(Robot& r) {
     double pose[3];
     if (!reqSetStationRepositioning(pose)) return false;
-    const Pose station{pose[0], pose[1], pose[2]};
-    const bool ok = station.x > 0 && station.y > 0 && station.x < Robot::kRoomSize && station.y < Robot::kRoomSize;
-    if (ok) r.station = station;
+    const bool ok = insideRoom(pose[0], pose[1]);
+    if (ok) r.station = {pose[0], pose[1], pose[2]};
     resSetStationRepositioningIdx(ok);
     return true;
 }
@@ -393,20 +392,20 @@ bool (*const kParameterised[])(Robot&) = {
     driving,
     mapping,
     modifiedMap,
-    keep<int32_t, &Robot::excelSteps, reqSetExcelSteps, resSetExcelSteps>,
+    [](Robot& r) { return keep(r.excelSteps, reqSetExcelSteps, resSetExcelSteps); },
     rotation,
     integrationMap,
     mapEdit,
     pgmMap,
-    keep<bool, &Robot::factoryMode, reqSetFactoryMode, resSetFactoryMode>,
-    keep<bool, &Robot::batterySleep, reqSetBatterySleepMode, resSetBatterySleepMode>,
-    keep<bool, &Robot::inspectionMode, reqSetSensorInspectionMode, resSetSensorInspectionMode>,
+    [](Robot& r) { return keep(r.factoryMode, reqSetFactoryMode, resSetFactoryMode); },
+    [](Robot& r) { return keep(r.batterySleep, reqSetBatterySleepMode, resSetBatterySleepMode); },
+    [](Robot& r) { return keep(r.inspectionMode, reqSetSensorInspectionMode, resSetSensorInspectionMode); },
     stationRepositioning,
     firmwareAnnouncement,
     firmwareImage,
     dockingState,
-    keep<int32_t, &Robot::settingValue, reqSetSettingCommand, resSetSettingCommand>,
-    keep<int32_t, &Robot::configValue, reqSetConfigCommand, resSetConfigCommand>,
+    [](Robot& r) { return keep(r.settingValue, reqSetSettingCommand, resSetSettingCommand); },
+    [](Robot& r) { return keep(r.configValue, reqSetConfigCommand, resSetConfigCommand); },
     aiCalibration,
     travelEstimate,
 };
