@@ -1,11 +1,13 @@
 // The two tools as separate processes: the demo host serving port 10001 and
-// single runs of the client. Every wait is bounded; a process that overstays
-// is killed.
+// single runs of the client. Every wait is bounded, and no child outlives
+// its test: it is killed when its owner goes, and by the kernel when the
+// test process dies first.
 #pragma once
 
+#include <gtest/gtest.h>
+#include <json/value.h>
 #include <sys/types.h>
 
-#include <chrono>
 #include <string>
 #include <vector>
 
@@ -13,45 +15,41 @@
 
 namespace e2e {
 
-using Millis = std::chrono::milliseconds;
-
 struct ClientRun {
-    int status = -1;  // exit status; -1 when killed at the timeout
+    int status = -1;  // exit status; 137 when killed after 20 s
     std::string out;
     std::string err;
 };
 
-// Runs robocomm-client with these arguments (and the host's --plain if asked).
-ClientRun runClient(const std::vector<std::string>& args, Millis timeout = Millis(20000));
+ClientRun runClient(const std::vector<std::string>& args);
 
 class DemoHost {
 public:
-    explicit DemoHost(bool plain);
-    ~DemoHost();
-    DemoHost(const DemoHost&) = delete;
-    DemoHost& operator=(const DemoHost&) = delete;
+    explicit DemoHost(bool plain = false);
+    ~DemoHost() { stop(); }
 
-    // True once the host announced that it serves.
-    bool serving() const { return serving_; }
-    const std::string& runFolder() const { return runFolder_; }
-    // What the host wrote on its own output so far.
+    std::string runFolder() const { return folder_.path() + "/run"; }
+    // What the host wrote on its own terminal so far.
     std::string output() const;
-    // Waits until the output holds `text`; false at the timeout or when the
-    // host has ended.
-    bool awaitOutput(const std::string& text, Millis timeout);
-    // Sends SIGTERM and waits; the exit status, or -1 if it had to be killed.
-    int stop(Millis patience = Millis(5000));
+    // False when the output does not hold `text` within 5 s.
+    bool awaitOutput(const std::string& text) const;
+    // SIGTERM, then SIGKILL after 5 s; the exit status, -1 if killed.
+    int stop();
 
 private:
-    // Reaps the host if it has ended on its own.
-    bool ended();
-
     robotest::TempDir folder_;
-    std::string runFolder_;
-    std::string outputPath_;
     pid_t pid_ = -1;
-    int exitStatus_ = -1;
-    bool serving_ = false;
+    int status_ = -1;
 };
+
+class RobotTest : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_TRUE(host.awaitOutput("demo host: serving")) << host.output(); }
+    DemoHost host;
+};
+
+// The first JSON document of the text; null when there is none.
+Json::Value parseJson(const std::string& text);
+std::string fileText(const std::string& path);
 
 }  // namespace e2e

@@ -1,161 +1,133 @@
-// Bad input never stops the robot: after each case the next client is served.
-// Also encryption on and off, and the client's own failures.
-#include <gtest/gtest.h>
+// Bad input never stops the robot: after each case the next client is
+// served. Also encryption on and off, and the client's exit statuses.
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <unistd.h>
 
 #include <chrono>
-#include <fstream>
-#include <vector>
+#include <future>
 
-#include "e2e/fake_robot.h"
-#include "e2e/robot_fixture.h"
+#include "e2e/processes.h"
+#include "link/frame.h"
 #include "robocomm/security.h"
 #include "support/link_client.h"
-#include "support/temp_dir.h"
 
 namespace e2e {
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-void expectServing(const ClientRun& run) {
-    ASSERT_EQ(run.status, 0) << run.err;
-    EXPECT_TRUE(answer(run)["Response"]["Get"]["position"].isMember("x")) << run.out;
-}
-
-TEST_F(EncryptedRobot, ServesOnAfterGarbageFrames) {
-    {
-        robotest::LinkClient raw;
-        ASSERT_TRUE(raw.connected());
-        raw.sendRaw("abc");                                       // shorter than a header
-        raw.sendRaw(std::string(10, '\xff'));                      // a header of all ones
-        raw.sendRaw(chunkFrame(4, 1, 5, 2, 3, "stray"));           // part 3 of 2
-        raw.sendRaw(chunkFrame(57, 1, 16, 1, 1, "not ciphertext"));  // undecipherable
-        raw.sendRaw(chunkFrame(9, 1, 0, 1, 1, ""));                // no body at all
+// A loopback port whose connections wait in the backlog: a robot that says
+// nothing unless the test accepts one (within 5 s) and speaks for it.
+struct SilentRobot {
+    SilentRobot() : fd(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t length = sizeof address;
+        bind(fd, reinterpret_cast<sockaddr*>(&address), length);
+        listen(fd, 1);
+        getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length);
+        port = std::to_string(ntohs(address.sin_port));
+        const timeval patience{5, 0};  // bounds accept()
+        setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
     }
-    expectServing(client({"--json", "get", "position"}));
-}
+    SilentRobot(const SilentRobot&) = delete;
+    ~SilentRobot() { close(fd); }
+    int fd;
+    std::string port;
+};
 
-TEST_F(EncryptedRobot, ServesOnAfterClientsLeaveMidMessage) {
+// Exit status 0 takes an answer to the command that deciphers and parses.
+void expectServing() { EXPECT_EQ(runClient({"get", "position"}).status, 0); }
+
+// Unknown codes get no answer at all.
+TEST_F(RobotTest, ServesOnAfterUnknownCodesAndGarbageFrames) {
     API_GenerateKey();
-    {
-        robotest::LinkClient raw;  // the first of two parts, then gone
-        raw.sendRaw(chunkFrame(1, 1, 40000, 2, 1, std::string(100, 'a')));
-    }
-    {
-        robotest::LinkClient raw;  // a tenth of a firmware image, then gone
-        raw.sendRaw(chunkFrame(81, 14, 10000, 8, 1, std::string(32 + 1000, 'f')));
-    }
-    {
-        robotest::LinkClient raw;  // asks for the map and leaves before the answer
-        raw.sendCommand(15, R"({"Request":{"Get":{"MapData":{}}}})");
-    }
-    expectServing(client({"--json", "get", "position"}));
+    robotest::LinkClient raw;
+    ASSERT_TRUE(raw.connected());
+    for (uint8_t code : {0, 24, 200, 255}) raw.sendCommand(code, "{}");
+    EXPECT_FALSE(raw.readFrame(std::chrono::milliseconds(300)).has_value());
+    raw.sendRaw("abc");                      // shorter than a header
+    raw.sendRaw(std::string(10, '\xff'));    // a header of all ones
+    raw.sendFrame(4, 1, "stray", 2, 3);      // part 3 of 2
+    raw.sendFrame(57, 1, "not ciphertext");  // undecipherable
+    raw.sendFrame(9, 1, "");                 // no body at all
+    raw.close();
+    expectServing();
 }
 
-TEST_F(EncryptedRobot, UnknownCodesGetNoAnswerAndTheRobotServesOn) {
+// Each client leaves in the middle: of a message, of a firmware image, before its answer.
+TEST_F(RobotTest, ServesOnAfterClientsLeaveMidMessage) {
     API_GenerateKey();
-    {
-        robotest::LinkClient raw;
-        for (uint8_t code : {0, 24, 200, 255}) raw.sendCommand(code, "{}");
-        EXPECT_FALSE(raw.readFrame(std::chrono::milliseconds(300)).has_value());
-    }
-    EXPECT_NE(fileText(host().runFolder() + "/robocomm.log").find("Unknown data format"), std::string::npos);
-    expectServing(client({"--json", "get", "position"}));
+    robotest::LinkClient().sendFrame(1, 1, std::string(100, 'a'), 2, 1);
+    robotest::LinkClient().sendFrame(81, 14, std::string(32 + 1000, 'f'));
+    robotest::LinkClient().sendCommand(15, R"({"Request":{"Get":{"MapData":{}}}})");
+    expectServing();
 }
 
-TEST_F(EncryptedRobot, AWrongKeyIsReportedAndTheRobotServesOn) {
-    const ClientRun wrong = client({"--passphrase", "wrongPhrase#000", "get", "position"});
-    EXPECT_EQ(wrong.status, 5);
-    EXPECT_NE(wrong.err.find("cannot decipher"), std::string::npos) << wrong.err;
-    expectServing(client({"--json", "get", "position"}));
+// The robot still answers, but with its own key: the client cannot read it.
+TEST_F(RobotTest, AWrongKeyIsReportedAndTheRobotServesOn) {
+    const ClientRun wrongKey = runClient({"--passphrase", "wrongPhrase#000", "get", "position"});
+    EXPECT_EQ(wrongKey.status, 5);
+    EXPECT_NE(wrongKey.err.find("cannot decipher"), std::string::npos) << wrongKey.err;
+    expectServing();
 }
 
-TEST_F(EncryptedRobot, APlainClientCannotReadEncipheredAnswers) {
-    const ClientRun run = runClient({"--plain", "get", "position"});
-    EXPECT_EQ(run.status, 5);
-    EXPECT_NE(run.err.find("is not JSON"), std::string::npos) << run.err;
+// The speed is read from the plain document: a lost parameter would be refused.
+TEST(PlainRobot, ServesPlainClients) {
+    DemoHost host(true);
+    ASSERT_TRUE(host.awaitOutput("demo host: serving")) << host.output();
+    const ClientRun speed = runClient({"--plain", "--json", "set", "max-driving-speed", "0.8"});
+    EXPECT_EQ(speed.out, "{\"Response\":{\"Set\":{\"MaxDrivingSpeed\":{\"result\":true}}}}\n") << speed.err;
 }
 
-TEST_F(PlainRobot, ServesPlainClients) {
-    expectServing(client({"--json", "get", "position"}));
-    const ClientRun driving = client({"--json", "set", "driving", "1"});
-    ASSERT_EQ(driving.status, 0) << driving.err;
-    EXPECT_EQ(driving.out, "{\"Response\":{\"Set\":{\"Driving\":{\"result\":true}}}}\n");
-}
-
-TEST_F(PlainRobot, AnEncipheringClientCannotReadPlainAnswers) {
-    const ClientRun run = runClient({"get", "position"});
-    EXPECT_EQ(run.status, 5);
-    EXPECT_NE(run.err.find("cannot decipher"), std::string::npos) << run.err;
-}
-
-TEST(Client, RejectsBadCommandLinesBeforeConnecting) {
-    robotest::TempDir folder;
-    const std::string request = folder.path() + "/request.json";
-    std::ofstream(request) << "{}";
-    const std::vector<std::vector<std::string>> bad = {
-        {"get", "nonsense"},
-        {"set", "target-position", "1", "2"},
-        {"set", "driving", "fast"},
-        {"send", "200", request},
-        {"send", "61", folder.path() + "/missing.json"},
-        {"fly"},
-        {"--port", "0", "get", "position"},
-        {},
-    };
-    for (const auto& args : bad) {
-        const ClientRun run = runClient(args);
-        EXPECT_EQ(run.status, 2) << run.err;
-        EXPECT_FALSE(run.err.empty());
-    }
-}
-
-TEST(Client, ReportsAnUnreachableRobot) {
-    const ClientRun run = runClient({"--port", std::to_string(unusedPort()), "get", "position"});
-    EXPECT_EQ(run.status, 3);
-    EXPECT_NE(run.err.find("cannot connect"), std::string::npos) << run.err;
-}
-
-TEST(Client, GivesUpOnASilentRobot) {
-    FakeRobot robot([](int) {});
-    const auto start = Clock::now();
-    const ClientRun run = runClient({"--port", std::to_string(robot.port()), "--timeout", "0.5", "get", "position"});
-    EXPECT_EQ(run.status, 4);
-    EXPECT_NE(run.err.find("no answer to command 1"), std::string::npos) << run.err;
-    EXPECT_LT(Clock::now() - start, std::chrono::seconds(3));
-}
-
-// A robot answer of two frames, with a push in between the client must skip.
-TEST(Client, ReassemblesAnAnswerOfSeveralFrames) {
-    const std::string padding(40000, 'p');
-    const std::string text = R"({"Response":{"Get":{"position":{"pad":")" + padding + R"(","x":1.5}}}})";
-    const std::string push = R"({"Emergency":{"Send":{"ErrorList":null}}})";
-    FakeRobot robot([&](int fd) {
-        const uint32_t size = static_cast<uint32_t>(text.size());
-        sendAll(fd, chunkFrame(1, 2, size, 2, 1, text.substr(0, 32768)) +
-                        chunkFrame(100, 15, static_cast<uint32_t>(push.size()), 1, 1, push) +
-                        chunkFrame(1, 2, size, 2, 2, text.substr(32768)));
-    });
-    const ClientRun run = runClient({"--plain", "--json", "--port", std::to_string(robot.port()), "get", "position"});
-    ASSERT_EQ(run.status, 0) << run.err;
-    const Json::Value position = answer(run)["Response"]["Get"]["position"];
-    EXPECT_EQ(position["pad"].asString(), padding);
-    EXPECT_EQ(position["x"].asDouble(), 1.5);
-}
-
-TEST(DemoHost, StopsCleanlyAndRefusesABusyPort) {
-    DemoHost host(false);
-    ASSERT_TRUE(host.serving()) << host.output();
-    DemoHost second(false);
-    EXPECT_FALSE(second.serving());
-    EXPECT_NE(second.output().find("port 10001 is in use"), std::string::npos) << second.output();
-    EXPECT_EQ(second.stop(), 1);
-
+// The library's trace goes to the run folder, the host's terminal stays readable.
+TEST_F(RobotTest, LogsTheLibraryInItsRunFolderAndStopsCleanly) {
     EXPECT_EQ(host.stop(), 0);
+    EXPECT_NE(fileText(host.runFolder() + "/robocomm.log").find("Server stopped"), std::string::npos);
+    EXPECT_EQ(host.output().find("Server stopped"), std::string::npos) << host.output();
     EXPECT_NE(host.output().find("demo host: stopped"), std::string::npos) << host.output();
-    const std::string log = fileText(host.runFolder() + "/robocomm.log");
-    EXPECT_NE(log.find("receiveData start"), std::string::npos);
-    EXPECT_NE(log.find("Server stopped"), std::string::npos);
+}
+
+// Every failure is named on stderr, with a status by kind; a silent robot
+// is given up on after --timeout.
+TEST(Client, ExitStatusTellsWhatWentWrong) {
+    const SilentRobot silent;
+    const std::string closedPort = SilentRobot().port;
+    const struct {
+        std::vector<std::string> args;
+        int status;
+        const char* says;
+    } cases[] = {
+        {{"get", "nonsense"}, 2, "unknown command: get nonsense"},
+        {{"get", "log-data"}, 2, "the log bundle comes with: robocomm-client log OUT.tar.gz"},
+        {{"set", "driving", "fast"}, 2, "'fast' is not a 32-bit integer"},
+        {{"send", "200", "request.json"}, 2, "unknown command code 200"},
+        {{"ota", "/nonexistent/firmware.bin"}, 2, "cannot read /nonexistent/firmware.bin"},
+        {{"--port", closedPort, "get", "position"}, 3, "cannot connect to 127.0.0.1:"},
+        {{"--port", silent.port, "--timeout", "0.5", "get", "position"}, 4, "no answer to command 1 within 0.5 s"},
+    };
+    for (const auto& c : cases) {
+        const ClientRun run = runClient(c.args);
+        EXPECT_EQ(run.status, c.status) << run.err;
+        EXPECT_NE(run.err.find(c.says), std::string::npos) << run.err;
+    }
+}
+
+TEST(Client, RejectsALogBundleThatDoesNotMatchItsDigest) {
+    const SilentRobot robot;
+    const robotest::TempDir folder;
+    auto run = std::async(std::launch::async, runClient,
+                          std::vector<std::string>{"--plain", "--port", robot.port, "log", folder.path() + "/logs.tar.gz"});
+    const int fd = accept(robot.fd, nullptr, nullptr);
+    std::string stream(robocomm::kHeaderSize, '\0');
+    robocomm::writeHeader({3000, 3, 1, 26, robocomm::kKindAnswer}, reinterpret_cast<unsigned char*>(stream.data()));
+    stream += std::string(robocomm::kDigestSize, 'x') + std::string(3000, 'b');
+    send(fd, stream.data(), stream.size(), MSG_NOSIGNAL);
+    const ClientRun result = run.get();
+    close(fd);
+    EXPECT_EQ(result.status, 5);
+    EXPECT_NE(result.err.find("does not match its digest; nothing written"), std::string::npos) << result.err;
 }
 
 }  // namespace
