@@ -5,7 +5,8 @@
 // pending byte (0 idle, 1 pending). The parser writes the parameters before
 // raising the byte; a poll reads the byte first, copies the parameters out,
 // clears the mailbox and returns the byte. An idle poll returns 0 and leaves
-// the caller's out-parameter untouched. Nothing is locked.
+// the caller's out-parameter untouched; it takes no lock. A hand-over
+// of texts or lists is guarded so that it never copies a half-written one.
 #pragma once
 
 #include <cstdint>

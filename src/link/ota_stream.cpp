@@ -6,7 +6,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 
+#include "intake/mailbox_access.h"
 #include "link/log_lines.h"
 #include "robocomm/intake.h"
 #include "robocomm/link.h"
@@ -83,12 +85,17 @@ void completeTransfer(Connection& connection) {
     logOut() << "All data has been received.";
     resSetOTAdata(100, kStateComplete);
     const uint64_t imageSize = std::min<uint64_t>(packetSize, connection.otaCapacity);
-    globalOTAdata.imageData.assign(packetData, packetData + imageSize);
+    {
+        // The host may be copying the mailbox out right now: a vector replaced
+        // under it would tear, so this takes the lock the polls take.
+        std::lock_guard<std::mutex> lock(mailboxMutex());
+        globalOTAdata.imageData.assign(packetData, packetData + imageSize);
+        globalOTAdata.imageChecksum = hexText(connection.otaDigest.data(), connection.otaDigest.size());
+        storePending(globalOTAdata.pending, 1);
+    }
     std::free(packetData);
     // Not left dangling for the host or for a later transfer.
     packetData = nullptr;
-    globalOTAdata.imageChecksum = hexText(connection.otaDigest.data(), connection.otaDigest.size());
-    globalOTAdata.pending = 1;
     logOut() << "Global OTA data initialized with size: " << globalOTAdata.imageData.size();
     connection.forgetMessage();
     connection.otaCapacity = 0;
