@@ -21,18 +21,16 @@ namespace {
 
 constexpr size_t kReadChunk = 64 * 1024;
 
-struct AddressListFree {
-    void operator()(addrinfo* list) const { freeaddrinfo(list); }
-};
+using AddressList = std::unique_ptr<addrinfo, decltype(&freeaddrinfo)>;
 
-std::unique_ptr<addrinfo, AddressListFree> resolve(const std::string& host, uint16_t port) {
+AddressList resolve(const std::string& host, uint16_t port) {
     addrinfo hints{};
     hints.ai_family = AF_INET;
     hints.ai_socktype = SOCK_STREAM;
     addrinfo* list = nullptr;
     const int rc = getaddrinfo(host.c_str(), std::to_string(port).c_str(), &hints, &list);
     if (rc != 0) throw Failure(Exit::Unreachable, "cannot resolve " + host + ": " + gai_strerror(rc));
-    return std::unique_ptr<addrinfo, AddressListFree>(list);
+    return AddressList(list, freeaddrinfo);
 }
 
 std::string endpoint(const std::string& host, uint16_t port) { return host + ":" + std::to_string(port); }

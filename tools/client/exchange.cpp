@@ -24,11 +24,7 @@ constexpr Millis kWatchTick{200};
 volatile std::sig_atomic_t interrupted = 0;
 
 void printDocument(const Json::Value& document, bool json) {
-    if (json) {
-        std::cout << compactJson(document) << std::endl;
-        return;
-    }
-    std::cout << Json::writeString(Json::StreamWriterBuilder(), document) << std::endl;
+    std::cout << (json ? compactJson(document) : Json::writeString(Json::StreamWriterBuilder(), document)) << std::endl;
 }
 
 // The robot's "result": false, or a firmware push reporting a failed checksum.

@@ -31,10 +31,7 @@ std::string bytesText(size_t bytes) {
 }
 
 void printSummary(const Settings& settings, const Json::Value& summary, const std::string& text) {
-    if (settings.json)
-        std::cout << compactJson(summary) << std::endl;
-    else
-        std::cout << text << std::endl;
+    std::cout << (settings.json ? compactJson(summary) : text) << std::endl;
 }
 
 // Follows the robot's firmware pushes (code 81, kind 15) and its verdict.
