@@ -12,6 +12,7 @@
 
 #include "e2e/processes.h"
 #include "intake/command_table.h"
+#include "link/frame.h"
 #include "robocomm/security.h"
 #include "support/link_client.h"
 
@@ -54,7 +55,8 @@ std::string requestDocument(const CommandSpec& command) {
 std::vector<Command> sessionMix() {
     std::vector<Command> mix;
     for (const CommandSpec& command : robocomm::commandTable()) {
-        if (command.code == 18 || command.code == 26 || command.code == 81 || command.code >= 100) continue;
+        const uint8_t code = command.code;
+        if (code == 18 || code == 26 || code == robocomm::kOtaDataCode || code == 100 || code == 101) continue;
         bool numeric = true;
         for (const robocomm::ParamSpec& param : command.params) numeric = numeric && param.kind != ParamKind::Text;
         if (numeric) mix.push_back({command.code, requestDocument(command)});
