@@ -110,8 +110,8 @@ TEST_F(MapEditFileTest, FileShorterThanItsIvThrowsOutOfTheReadOnly) {
                           "cannot create std::vector larger than max_size()\n");
 }
 
+// The server starts in the forked child: see the death tests of the link.
 TEST_F(MapEditFileTest, UnopenableFileEndsTheProcessEvenWhileTheServerRuns) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     const std::string path = dir_.path() + "/no-such-folder/store.bin";
     EXPECT_EXIT(API_FileSave("text", path, key, iv), testing::ExitedWithCode(1),
                 "^Failed to open file for writing\\.\n$");

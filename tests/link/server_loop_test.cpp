@@ -1,6 +1,9 @@
 // The server against a real client: starting and stopping, the fatal paths,
 // what reaches the parser, what is dropped, and that the connection survives.
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <thread>
@@ -43,15 +46,27 @@ void startTwice() {
     start_server();
 }
 
+// Death tests fork the test process as it is ("fast" style): re-running the
+// binary, as the "threadsafe" style does, fails under an emulator. So no
+// thread may run when they fork; their servers start in the child.
 TEST(ServerLifecycleDeathTest, SecondStartWithoutStopEndsTheProcess) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_DEATH(startTwice(), "");
 }
 
-// The fixture's server holds the port, so another receive loop cannot bind it.
-TEST_F(ServerTest, PortInUseEndsTheProcessWithStatusOne) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
+// A listening socket of the test's own holds the port, so the receive loop
+// cannot bind it.
+TEST(ServerLifecycleDeathTest, PortInUseEndsTheProcessWithStatusOne) {
+    const int holder = socket(AF_INET, SOCK_STREAM, 0);
+    const int on = 1;
+    setsockopt(holder, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(10001);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ASSERT_EQ(bind(holder, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    ASSERT_EQ(listen(holder, 1), 0);
     EXPECT_EXIT(receiveData(), testing::ExitedWithCode(1), "바인드 실패");
+    close(holder);
 }
 
 TEST(ServerHelpers, VersionText) {
