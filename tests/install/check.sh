@@ -41,7 +41,7 @@ unpack_packages() {
     done
     dpkg-deb -x "$deb" "$root"
   done
-  # Every library the packages' programs need is declared.
+  # The tools need this very library; the library needs jsoncpp, found by dpkg-shlibdeps.
   dpkg-deb -f "$scratch"/robocomm-tools_*.deb Depends | grep -q 'librobocomm0 (= ' || fail "robocomm-tools does not depend on librobocomm0"
   dpkg-deb -f "$scratch"/librobocomm0_*.deb Depends | grep -q 'libjsoncpp' || fail "librobocomm0 does not depend on jsoncpp"
 }
