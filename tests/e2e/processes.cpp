@@ -17,9 +17,23 @@ namespace e2e {
 
 constexpr auto kStep = std::chrono::milliseconds(20);
 
+namespace {
+
+// The words that start a tool: the emulator's, if any, then the program.
+std::vector<std::string> toolCommand(const char* program) {
+    std::vector<std::string> words;
+    std::istringstream emulator(ROBOCOMM_TOOL_EMULATOR);
+    for (std::string word; emulator >> word;) words.push_back(word);
+    words.push_back(program);
+    return words;
+}
+
+}  // namespace
+
 ClientRun runClient(const std::vector<std::string>& args) {
     const robotest::TempDir folder;
-    std::string command = "timeout -s KILL 20 " ROBOCOMM_CLIENT_PATH;
+    std::string command = "timeout -s KILL 20";
+    for (const std::string& word : toolCommand(ROBOCOMM_CLIENT_PATH)) command += " " + word;
     for (const std::string& arg : args) command += " '" + arg + "'";
     const int status = std::system((command + " >" + folder.path() + "/out 2>" + folder.path() + "/err").c_str());
     return {WEXITSTATUS(status), fileText(folder.path() + "/out"), fileText(folder.path() + "/err")};
@@ -27,14 +41,19 @@ ClientRun runClient(const std::vector<std::string>& args) {
 
 DemoHost::DemoHost(bool plain) {
     const std::string runFolder = this->runFolder(), terminal = folder_.path() + "/terminal";
-    const char* argv[] = {ROBOCOMM_DEMO_HOST_PATH, "--run-dir", runFolder.c_str(), plain ? "--plain" : nullptr, nullptr};
+    std::vector<std::string> words = toolCommand(ROBOCOMM_DEMO_HOST_PATH);
+    words.insert(words.end(), {"--run-dir", runFolder});
+    if (plain) words.push_back("--plain");
+    std::vector<char*> argv;
+    for (std::string& word : words) argv.push_back(word.data());
+    argv.push_back(nullptr);
     pid_ = fork();
     if (pid_ == 0) {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
         const int out = open(terminal.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
         dup2(out, STDOUT_FILENO);
         dup2(out, STDERR_FILENO);
-        execv(argv[0], const_cast<char* const*>(argv));
+        execvp(argv[0], argv.data());
         _exit(127);
     }
 }

@@ -114,9 +114,9 @@ TEST_F(MapEditFileTest, FileShorterThanItsIvThrowsOutOfTheReadOnly) {
 }
 
 // Even with a host thread blocked reading stdin. Before the server runs the
-// process ends through exit(), so the host's atexit handlers run.
+// process ends through exit(), so the host's atexit handlers run. The server
+// starts in the forked child: see the death tests of the link.
 TEST_F(MapEditFileTest, UnopenableFileEndsTheProcessEvenWhileTheServerRuns) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     const std::string path = dir_.path() + "/no-such-folder/store.bin";
     EXPECT_EXIT(
         {

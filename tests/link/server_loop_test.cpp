@@ -47,7 +47,6 @@ TEST(ServerLifecycle, StopWakesTheBlockedAccept) {
 // The stop must reach the thread even before it has begun to run; a lost
 // stop leaves stop_server waiting in join for ever (the alarm ends that).
 TEST(ServerLifecycleDeathTest, StopRightAfterStartIsNotLost) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     const auto startAndStop = [] {
         alarm(20);
         for (int round = 0; round < 20; ++round) {
@@ -82,22 +81,26 @@ void startTwice() {
     start_server();
 }
 
+// Death tests fork the test process as it is ("fast" style): re-running the
+// binary, as the "threadsafe" style does, fails under an emulator. So no
+// thread may run when they fork; their servers start in the child.
 TEST(ServerLifecycleDeathTest, SecondStartWithoutStopEndsTheProcess) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_DEATH(startTwice(), "");
 }
 
-// A host thread blocked reading stdin must not keep the process alive.
+// A listening socket of the test's own holds the port, so the receive loop
+// cannot bind it; a host thread blocked reading stdin must not keep the
+// process alive.
 TEST(ServerLifecycleDeathTest, PortInUseEndsTheProcessWithStatusOne) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    // Holds the port; the child process, run afresh, fails to take it again
-    // and inherits the parent's.
     const int holder = socket(AF_INET, SOCK_STREAM, 0);
+    const int on = 1;
+    setsockopt(holder, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(10001);
-    bind(holder, reinterpret_cast<sockaddr*>(&address), sizeof address);
-    listen(holder, 1);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ASSERT_EQ(bind(holder, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    ASSERT_EQ(listen(holder, 1), 0);
     const auto bindTaken = [] {
         robotest::blockStdinReader();
         start_server();
