@@ -11,9 +11,9 @@ constexpr const char* kReceiveSeparator = "*************************************
 // TCP senders (standard output).
 constexpr const char* kSendSeparator = "*************************************************************";
 
-// One line, written and flushed in a single write when the object goes away,
-// so that the receive thread and the host's senders never interleave in mid
-// line. Numbers follow the stream's current base (hexadecimal once a jig
+// One line, or a packet's group of lines joined by '\n', written and flushed
+// in a single write when the object goes away, so that the receive thread and
+// the host's senders never interleave in mid line. Numbers follow the stream's current base (hexadecimal once a jig
 // message has switched standard output).
 class LogLine {
 public:
