@@ -29,6 +29,18 @@ constexpr std::array<uint8_t, 256> decodeTable() {
 }
 constexpr std::array<uint8_t, 256> kPositions = decodeTable();
 
+// Positions shifted to their place in a 24-bit group, one table per character
+// of the group; anything outside the alphabet sets a bit above the group.
+constexpr uint32_t kOutsideGroup = uint32_t{1} << 24;
+constexpr std::array<std::array<uint32_t, 256>, 4> shiftedTables() {
+    std::array<std::array<uint32_t, 256>, 4> tables{};
+    for (size_t slot = 0; slot < 4; ++slot)
+        for (size_t c = 0; c < 256; ++c)
+            tables[slot][c] = kPositions[c] < 64 ? uint32_t{kPositions[c]} << (18 - 6 * slot) : kOutsideGroup;
+    return tables;
+}
+constexpr std::array<std::array<uint32_t, 256>, 4> kShifted = shiftedTables();
+
 // The two characters of every 12-bit half of a group, so that a group of
 // three bytes takes two look-ups.
 constexpr std::array<char, 2 * 4096> pairTable() {
@@ -94,11 +106,13 @@ std::vector<unsigned char> base64Decode(const std::string& text) {
     const size_t size = text.size();
     size_t i = 0;
     // Whole groups of alphabet characters, the common case.
-    for (; i + 4 <= size; i += 4) {
-        const uint8_t group[4] = {kPositions[in[i]], kPositions[in[i + 1]], kPositions[in[i + 2]],
-                                  kPositions[in[i + 3]]};
-        if ((group[0] | group[1] | group[2] | group[3]) >= 64) break;
-        out = putOctets(out, group, 3);
+    for (; i + 4 <= size; i += 4, out += 3) {
+        const uint32_t group =
+            kShifted[0][in[i]] | kShifted[1][in[i + 1]] | kShifted[2][in[i + 2]] | kShifted[3][in[i + 3]];
+        if (group >= kOutsideGroup) break;
+        out[0] = static_cast<unsigned char>(group >> 16);
+        out[1] = static_cast<unsigned char>(group >> 8);
+        out[2] = static_cast<unsigned char>(group);
     }
     // From the first group holding anything else, one character at a time.
     uint8_t group[4] = {0, 0, 0, 0};
