@@ -21,7 +21,7 @@ case "$mode" in
     ;;
   --instructions)
     valgrind --tool=callgrind --collect-atstart=no --callgrind-out-file="$out/callgrind.out" \
-      "$bench" --benchmark_min_time=0.000001 >/dev/null 2>"$out/valgrind.log" || {
+      "$bench" --benchmark_min_time=0.01 >/dev/null 2>"$out/valgrind.log" || {
       cat "$out/valgrind.log" >&2
       exit 1
     }
