@@ -11,9 +11,7 @@
 #include <benchmark/benchmark.h>
 #include <valgrind/callgrind.h>
 
-#include <algorithm>
 #include <cstddef>
-#include <string>
 
 namespace bench {
 
