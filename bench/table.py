@@ -118,6 +118,8 @@ def main():
                   f"{amount(pending['cost'], instructions)}, {pending['allocs']:.0f} allocs / "
                   f"{amount(idle['cost'], instructions)}", "", "", goal_text, met))
 
+    if mode == "--smoke":
+        print("smoke run: a few iterations each, to show the benchmarks build and run; not a measurement")
     widths = [max(len(row[i]) for row in table) for i in range(len(table[0]))]
     for index, row in enumerate(table):
         print("| " + " | ".join(cell.ljust(width) for cell, width in zip(row, widths)) + " |")
