@@ -3,17 +3,20 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <cstring>
 #include <future>
 #include <locale>
 #include <stdexcept>
 
+#include "files/file_bytes.h"
 #include "link_helpers.h"
 #include "robocomm/link.h"
 #include "robocomm/security.h"
 #include "support/output_capture.h"
 #include "support/server_test.h"
+#include "support/temp_dir.h"
 
 namespace {
 
@@ -124,6 +127,39 @@ TEST(NoClient, SendersOnlyReportTheMissingSocket) {
             EXPECT_EQ(output.err, "Invalid client socket\n");
         }
     }
+}
+
+// A packet's lines are written at once, in the stream's base, and a failed
+// peer lookup is still reported after them and before the failed send, with
+// both streams in one file.
+TEST(NoPeer, PacketLinesKeepTheirBaseAndPrecedeTheFailures) {
+    enableEnc = 0;
+    robotest::TempDir dir;
+    const std::string path = dir.path() + "/console";
+    std::cout.flush();
+    const int saved[] = {dup(STDOUT_FILENO), dup(STDERR_FILENO)};
+    const int console = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    dup2(console, STDOUT_FILENO);
+    dup2(console, STDERR_FILENO);
+    close(console);
+    clientfd = open("/dev/null", O_WRONLY);
+    std::cout << std::hex;
+    sendLargeJsonData(linktest::pattern(26), 1, 2);
+    std::cout << std::dec << std::flush;
+    close(clientfd);
+    clientfd = -1;
+    dup2(saved[0], STDOUT_FILENO);
+    dup2(saved[1], STDERR_FILENO);
+    close(saved[0]);
+    close(saved[1]);
+
+    const std::string stars(61, '*');
+    EXPECT_EQ(robotest::fileBytes(path),
+              "sendLargeJsonData #1\n" + stars +
+                  "\nSending part 1 of 1\nStart index: 0, End index: 1a\nPacket length: 24\nIdentifier: 1\n"
+                  "Object: 2\n" +
+                  stars + "\ngetpeername failed: Socket operation on non-socket\n"
+                          "send failed: Socket operation on non-socket\n");
 }
 
 // The datagrams' bytes are the jig's concern; here, what the sender leaves
