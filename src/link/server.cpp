@@ -12,6 +12,7 @@
 #include <mutex>
 #include <vector>
 
+#include "link/datagram_socket.h"
 #include "link/log_lines.h"
 #include "link/process_exit.h"
 #include "link/reassembly.h"
@@ -43,6 +44,10 @@ constexpr unsigned kUnacknowledgedLimitMillis = 30000;
 // takes it out of here closes it, so it is closed exactly once.
 std::mutex listenerLock;
 int listener = -1;
+// The datagram number the UDP sender closed and left in sockfd. By the time
+// the server stops, the host may have opened a file or socket under that
+// number, so a stop must not close it a second time.
+int retiredDatagram = -1;
 
 // start_server returns only once the thread has raised `running`, so that a
 // stop requested right after the start cannot be overwritten by that store.
@@ -89,6 +94,7 @@ void publishListener(int fd) {
     std::lock_guard<std::mutex> lock(listenerLock);
     listener = fd;
     sockfd = fd;
+    retiredDatagram = -1;
 }
 
 // Closes the listening socket unless stopServer already took it.
@@ -184,6 +190,11 @@ bool serveClient(std::vector<unsigned char>& buffer) {
 
 }  // namespace
 
+void robocomm::retireDatagramSocket(int fd) {
+    std::lock_guard<std::mutex> lock(listenerLock);
+    retiredDatagram = fd;
+}
+
 void receiveData() {
     raiseRunning();
     robocomm::logErr() << "receiveData start";
@@ -220,7 +231,8 @@ void stopServer() {
         listener = -1;
     }
     if (fd < 0) return;
-    close(fd);
+    if (fd != retiredDatagram) close(fd);
+    retiredDatagram = -1;
     robocomm::logErr() << "Server stopped";
 }
 

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "link/datagram_socket.h"
 #include "link/log_lines.h"
 #include "link/outbound.h"
 #include "robocomm/link.h"
@@ -30,19 +31,26 @@ sockaddr_in jigAddress() {
 }  // namespace
 
 // The datagram socket lives in the listening socket's global, sockfd, on
-// purpose: after a call it names the closed datagram descriptor.
+// purpose: after a call it names the closed datagram descriptor. The call
+// itself works on its own copy, so a stop that clears sockfd meanwhile cannot
+// make it send on or close another number.
 void sendLargeData(const std::vector<unsigned char>& data, char identifier, char object) {
     robocomm::logOut() << "sendLargeData #1 ";
-    sockfd = socket(AF_INET, SOCK_DGRAM, 0);
-    if (sockfd < 0) {
+    const int fd = socket(AF_INET, SOCK_DGRAM, 0);
+    sockfd = fd;
+    if (fd < 0) {
         perror("socket creation failed");
         return;
     }
+    const auto finish = [fd] {
+        close(fd);
+        robocomm::retireDatagramSocket(fd);
+    };
     robocomm::logOut() << "sendLargeData #2 ";
     const int reuse = 1;
-    if (setsockopt(sockfd, SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse) < 0) {
+    if (setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse) < 0) {
         perror("setsockopt failed");
-        close(sockfd);
+        finish();
         return;
     }
     robocomm::logOut() << "sendLargeData #3 ";
@@ -59,14 +67,14 @@ void sendLargeData(const std::vector<unsigned char>& data, char identifier, char
             robocomm::logPacket(log, {static_cast<long long>(part), static_cast<long long>(parts), slice, length,
                                       identifier, object});
         }
-        if (sendto(sockfd, frame.get(), static_cast<size_t>(length), MSG_CONFIRM,
-                   reinterpret_cast<const sockaddr*>(&jig), sizeof jig) < 0) {
+        if (sendto(fd, frame.get(), static_cast<size_t>(length), MSG_CONFIRM, reinterpret_cast<const sockaddr*>(&jig),
+                   sizeof jig) < 0) {
             perror("sendto failed");
-            close(sockfd);
+            finish();
             return;
         }
         robocomm::pacePacket();
     }
-    close(sockfd);
+    finish();
     robocomm::logOut() << "Large data sent to server";
 }

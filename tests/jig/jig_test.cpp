@@ -1,4 +1,5 @@
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
@@ -101,6 +102,22 @@ TEST(JigSend, BlocksGoOutAsChunkedDatagramsOfKind200) {
                   std::string("\0\0\0\3\0\1\0\1", 8) + command + std::string("\xc8\xaa\0\x55", 4));
     }
     ::close(jig);
+}
+
+// After a send, sockfd still names the closed datagram socket; by the time the
+// server stops, the host may have opened something else under that number.
+TEST_F(JigWireTest, StopLeavesAloneWhatTheHostOpenedUnderTheDatagramNumber) {
+    std::strcpy(senderIP, "127.0.0.1");
+    testing::internal::CaptureStdout();
+    API_SendJigData(3, {1});
+    testing::internal::GetCapturedStdout();
+    const int stale = sockfd;
+    const int hostFile = ::open("/dev/null", O_RDONLY);
+    ASSERT_EQ(::dup2(hostFile, stale), stale);
+    stop_server();
+    EXPECT_NE(::fcntl(stale, F_GETFD), -1) << "the host's descriptor was closed";
+    ::close(stale);
+    ::close(hostFile);
 }
 
 }  // namespace
