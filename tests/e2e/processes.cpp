@@ -17,12 +17,78 @@ namespace e2e {
 
 constexpr auto kStep = std::chrono::milliseconds(20);
 
-ClientRun runClient(const std::vector<std::string>& args) {
-    const robotest::TempDir folder;
-    std::string command = "timeout -s KILL 20 " ROBOCOMM_CLIENT_PATH;
+namespace {
+
+size_t occurrences(const std::string& path, const std::string& text) {
+    const std::string content = fileText(path);
+    size_t n = 0;
+    for (size_t at = content.find(text); at != std::string::npos; at = content.find(text, at + 1)) ++n;
+    return n;
+}
+
+bool awaitText(const std::string& path, const std::string& text, size_t times = 1) {
+    for (int i = 0; i < 250 && occurrences(path, text) < times; ++i) std::this_thread::sleep_for(kStep);
+    return occurrences(path, text) >= times;
+}
+
+std::string clientCommand(const std::vector<std::string>& args) {
+    std::string command = ROBOCOMM_CLIENT_PATH;
     for (const std::string& arg : args) command += " '" + arg + "'";
+    return command;
+}
+
+ClientRun runShell(const std::string& command) {
+    const robotest::TempDir folder;
     const int status = std::system((command + " >" + folder.path() + "/out 2>" + folder.path() + "/err").c_str());
     return {WEXITSTATUS(status), fileText(folder.path() + "/out"), fileText(folder.path() + "/err")};
+}
+
+}  // namespace
+
+ClientRun runClient(const std::vector<std::string>& args, const std::vector<std::string>& environment) {
+    std::string command = "env";
+    for (const std::string& entry : environment) command += " '" + entry + "'";
+    return runShell(command + " timeout -s KILL 20 " + clientCommand(args));
+}
+
+ClientRun runClientOnTerminal(const std::vector<std::string>& args) {
+    return runShell("timeout -s KILL 20 script -qefc \"" + clientCommand(args) + "\" /dev/null");
+}
+
+ClientProcess::ClientProcess(const std::vector<std::string>& args) {
+    const std::string out = folder_.path() + "/out", err = folder_.path() + "/err";
+    pid_ = fork();
+    if (pid_ == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        const int outFd = open(out.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+        const int errFd = open(err.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+        dup2(outFd, STDOUT_FILENO);
+        dup2(errFd, STDERR_FILENO);
+        std::vector<const char*> argv{ROBOCOMM_CLIENT_PATH};
+        for (const std::string& arg : args) argv.push_back(arg.c_str());
+        argv.push_back(nullptr);
+        execv(argv[0], const_cast<char* const*>(argv.data()));
+        _exit(127);
+    }
+}
+
+ClientProcess::~ClientProcess() {
+    if (pid_ > 0) finish();
+}
+
+void ClientProcess::interrupt() const { kill(pid_, SIGINT); }
+
+ClientRun ClientProcess::finish() {
+    int status = 0;
+    pid_t reaped = 0;
+    for (int i = 0; i < 1000 && (reaped = waitpid(pid_, &status, WNOHANG)) == 0; ++i) std::this_thread::sleep_for(kStep);
+    if (reaped == 0) {
+        kill(pid_, SIGKILL);
+        waitpid(pid_, &status, 0);
+    }
+    pid_ = -1;
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : 137, fileText(folder_.path() + "/out"),
+            fileText(folder_.path() + "/err")};
 }
 
 DemoHost::DemoHost(bool plain) {
@@ -41,9 +107,10 @@ DemoHost::DemoHost(bool plain) {
 
 std::string DemoHost::output() const { return fileText(folder_.path() + "/terminal"); }
 
-bool DemoHost::awaitOutput(const std::string& text) const {
-    for (int i = 0; i < 250 && output().find(text) == std::string::npos; ++i) std::this_thread::sleep_for(kStep);
-    return output().find(text) != std::string::npos;
+bool DemoHost::awaitOutput(const std::string& text) const { return awaitText(folder_.path() + "/terminal", text); }
+
+bool DemoHost::awaitLibraryLog(const std::string& text, size_t times) const {
+    return awaitText(runFolder() + "/robocomm.log", text, times);
 }
 
 int DemoHost::stop() {

@@ -38,7 +38,7 @@ bool refused(const Json::Value& document) {
 bool saveData(Json::Value& document, const std::string& path) {
     Json::Value& answers = document["Response"]["Get"];
     for (const std::string& name : answers.getMemberNames()) {
-        if (!answers[name].isObject() || !answers[name]["data"].isString()) continue;
+        if (!answers[name].isObject() || !answers[name].isMember("data") || !answers[name]["data"].isString()) continue;
         Json::Value& data = answers[name]["data"];
         const std::vector<unsigned char> bytes = base64Decode(data.asString());
         writeWholeFile(path, std::string(bytes.begin(), bytes.end()));
