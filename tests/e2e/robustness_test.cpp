@@ -142,19 +142,44 @@ TEST(Client, TakesSettingsFromTheEnvironment) {
     EXPECT_NE(overridden.err.find("ROBOCOMM_PORT wants a positive number"), std::string::npos) << overridden.err;
 }
 
-TEST(Client, RejectsALogBundleThatDoesNotMatchItsDigest) {
+// A plain robot that answers the client's first command with these bytes
+// and keeps the connection open until the client is done.
+ClientRun answeredBy(const std::string& bytes, const std::vector<std::string>& command) {
     const SilentRobot robot;
-    const robotest::TempDir folder;
-    ClientProcess run({"--plain", "--port", robot.port, "log", folder.path() + "/logs.tar.gz"});
+    std::vector<std::string> args{"--plain", "--port", robot.port};
+    args.insert(args.end(), command.begin(), command.end());
+    ClientProcess run(args);
     const int fd = accept(robot.fd, nullptr, nullptr);
-    std::string stream(robocomm::kHeaderSize, '\0');
-    robocomm::writeHeader({3000, 3, 1, 26, robocomm::kKindAnswer}, reinterpret_cast<unsigned char*>(stream.data()));
-    stream += std::string(robocomm::kDigestSize, 'x') + std::string(3000, 'b');
-    send(fd, stream.data(), stream.size(), MSG_NOSIGNAL);
+    send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL);
     const ClientRun result = run.finish();
     close(fd);
+    return result;
+}
+
+std::string header(uint32_t size, uint16_t parts, uint8_t code) {
+    std::string bytes(robocomm::kHeaderSize, '\0');
+    robocomm::writeHeader({size, parts, 1, code, robocomm::kKindAnswer}, reinterpret_cast<unsigned char*>(bytes.data()));
+    return bytes;
+}
+
+TEST(Client, RejectsALogBundleThatDoesNotMatchItsDigest) {
+    const robotest::TempDir folder;
+    const std::string bundle = header(3000, 3, 26) + std::string(robocomm::kDigestSize, 'x') + std::string(3000, 'b');
+    const ClientRun result = answeredBy(bundle, {"log", folder.path() + "/logs.tar.gz"});
     EXPECT_EQ(result.status, 5);
     EXPECT_NE(result.err.find("does not match its digest; nothing written"), std::string::npos) << result.err;
+}
+
+// The robot may refuse an image for reasons of its own: status 1, as for
+// any refusal, and no claim about the digest.
+TEST(Client, AFirmwareImageTheRobotRefusesExitsWithStatusOne) {
+    const robotest::TempDir folder;
+    std::ofstream(folder.path() + "/firmware.bin") << "x";
+    const std::string verdict = R"({"Response":{"Set":{"OTA":{"result":false}}}})";
+    const ClientRun result = answeredBy(header(verdict.size(), 1, 81) + verdict, {"ota", folder.path() + "/firmware.bin"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.out.find("REFUSED by the robot"), std::string::npos) << result.out;
+    EXPECT_EQ(result.err, "robocomm-client: the robot refused the firmware image\n");
 }
 
 }  // namespace

@@ -108,6 +108,7 @@ void watchConnected(const Settings& settings, const Output& out, Clock::time_poi
 
 // A pause that Ctrl-C cuts short.
 void pause(Millis wait) {
+    checkInterrupt();
     ::poll(nullptr, 0, static_cast<int>(wait.count()));
     checkInterrupt();
 }

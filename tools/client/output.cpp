@@ -61,8 +61,8 @@ const Json::Value* enveloped(const Json::Value& document, std::string& name) {
     return nullptr;
 }
 
-}  // namespace
-
+// The document without its envelope, one line per value that does not fit
+// on the line before; numbers in their shortest form.
 std::string readable(const Json::Value& document) {
     std::string name;
     const Json::Value* body = enveloped(document, name);
@@ -75,6 +75,8 @@ std::string readable(const Json::Value& document) {
     writeLines(*body, "  ", out);
     return out;
 }
+
+}  // namespace
 
 void Output::answer(const CommandSpec& command, const Json::Value& document, std::ostream& to,
                     const Json::Value& details, const std::string& prefix) const {

@@ -34,8 +34,4 @@ private:
     bool json_;
 };
 
-// The document without its envelope, one line per value that does not fit
-// on the line before; numbers in their shortest form.
-std::string readable(const Json::Value& document);
-
 }  // namespace robocomm::client

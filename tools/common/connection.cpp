@@ -94,11 +94,12 @@ Connection::~Connection() { ::close(fd_); }
 bool Connection::ready(short events, Deadline deadline) const {
     pollfd p{fd_, events, 0};
     for (;;) {
+        // Ctrl-C may have come between two waits, where no poll was there to wake.
+        checkInterrupt();
         const int n = ::poll(&p, 1, deadline.remainingMs());
         if (n > 0) return true;
         if (n == 0) return false;
         if (errno != EINTR) throw Failure(Exit::Unreachable, std::string("poll: ") + std::strerror(errno));
-        checkInterrupt();
         if (deadline.passed()) return false;
     }
 }
