@@ -60,7 +60,8 @@ TEST_F(RobotTest, AnswersEveryCommandOfTheTable) {
         if (command.code == 18 || command.code == 100)
             EXPECT_EQ(line["outcome"], "delivered") << run.out;
         else if (command.kind == CommandKind::Get)
-            EXPECT_EQ(line["answer"]["Response"]["Get"].getMemberNames(), std::vector{documentName(command)}) << run.out;
+            EXPECT_EQ(line["answer"]["Response"]["Get"].getMemberNames(), std::vector{documentName(command)})
+                << run.out;
         else
             EXPECT_EQ(line["answer"], parseJson(createJsonResult(command.code, ok))) << run.out;
     }
