@@ -82,8 +82,9 @@ TEST(PlainRobot, ServesPlainClients) {
     DemoHost host(true);
     ASSERT_TRUE(host.awaitOutput("demo host: serving")) << host.output();
     const ClientRun speed = runClient({"--plain", "--json", "set", "max-driving-speed", "0.8"});
-    EXPECT_EQ(speed.out, "{\"answer\":{\"Response\":{\"Set\":{\"MaxDrivingSpeed\":{\"result\":true}}}},\"code\":57,"
-                         "\"name\":\"max-driving-speed\"}\n") << speed.err;
+    EXPECT_EQ(speed.out, "{\"name\":\"max-driving-speed\",\"code\":57,"
+                         "\"answer\":{\"Response\":{\"Set\":{\"MaxDrivingSpeed\":{\"result\":true}}}}}\n")
+        << speed.err;
 }
 
 // The library's trace goes to the run folder, the host's terminal stays readable.
