@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
-# The demo: builds robocomm, starts the simulated robot (robocomm-demo-host)
-# and drives it through a short session with the operator client.
+# The demo: builds the library and its two tools (scripts/test.sh builds
+# the rest), starts the simulated robot (robocomm-demo-host) and drives it
+# through a short session with the operator client.
 #   scripts/demo.sh
 source "$(dirname "${BASH_SOURCE[0]}")/setup.sh"
 
-build_into "$ROOT/build"
+BUILD_TARGETS="robocomm-client robocomm-demo-host" build_into "$ROOT/build"
 tools="$ROOT/build/tools"
 work=$(mktemp -d /tmp/robocomm-demo-XXXXXX)
 
@@ -34,19 +35,23 @@ step() {
   "$tools/robocomm-client" "$@"
 }
 
-step "Which software does the robot run?" --json get software-version
-step "Its status and battery" --json get robot-status
-"$tools/robocomm-client" --json get battery-status-v2
-step "Where is it?" --json get position
-step "Send it to a target" --json set target-position 1.5 2.0 0.3
+step "Which software does the robot run?" get software-version
+step "Its status" get robot-status
+step "Its battery" get battery-status-v2
+step "Where is it?" get position
+step "Send it to a target" set target-position 1.5 2.0 0.3
 sleep 0.5
-step "On its way" --json get all-moving-info
-step "The map, saved as an image" --json --save "$work/map.pgm" get map-data
+step "On its way" get all-moving-info
+step "The map, saved as an image" --save "$work/map.pgm" get map-data
+step "The same answer for scripts: one JSON object per line" --json get position
+step "Press its emergency stop" set emergency-stop
+step "Watch its error pushes, acknowledging them" --acknowledge watch 2
+step "Recover" set recovery
 head -c 150000 /dev/urandom >"$work/firmware.bin"
-step "A firmware update (progress reported by the robot)" ota "$work/firmware.bin"
+step "A firmware update (the bar shows the bytes sent and the robot's reports)" ota "$work/firmware.bin"
 step "The log bundle" log "$work/robot-logs.tar.gz"
 tar -tzvf "$work/robot-logs.tar.gz"
-step "Set its clock (the demo host only logs the time)" --json set time-data 2024 5 1 12 0 0
+step "Set its clock (the demo host only logs the time)" set time-data 2024 5 1 12 0 0
 
 stop_host
 printf '\n== What the robot said\n'

@@ -27,10 +27,12 @@ install_missing_packages() {
 }
 
 # build_into DIR [cmake options...]
+# BUILD_TARGETS, when set, builds only those targets (and what they need).
 build_into() {
   local dir=$1
   shift
   install_missing_packages
   cmake -S "$ROOT" -B "$dir" "$@" >/dev/null
-  cmake --build "$dir" --parallel "$(nproc)"
+  # shellcheck disable=SC2086
+  cmake --build "$dir" --parallel "$(nproc)" ${BUILD_TARGETS:+--target $BUILD_TARGETS}
 }

@@ -10,8 +10,12 @@
 #include "robocomm/export.h"
 #include "robocomm/records.h"
 
-// The one file of the encrypted store. C linkage keeps the symbol a plain
-// name despite the string's ABI tag.
+// The one file of the encrypted store, "/home/tarvin/MapEdit.bin" unless
+// the host sets it before start_server(). The receive thread writes it on
+// every map-edit command (code 71), enciphered with the global key: a host
+// that reads it (API_FileRead, API_FileDataApply, API_FileDataRead) before
+// start_server() must derive the key first with API_GenerateKey(). C linkage
+// keeps the symbol a plain name despite the string's ABI tag.
 ROBOCOMM_C_BEGIN
 ROBOCOMM_API extern std::string mapEditFilePath;
 ROBOCOMM_C_END
@@ -43,7 +47,9 @@ ROBOCOMM_API bool API_FileDataApply();
 // Parses the stored map edit into out; the mailbox is left alone.
 ROBOCOMM_API bool API_FileDataRead(ByPassOneData_t* out);
 
-// Answers LogData (code 26): packs the folder with tar and streams the archive.
+// Answers LogData (code 26, polled with reqGetLogData): packs the folder
+// with tar into <folder>.tar.gz beside it, streams the archive and removes
+// it. Blocks about 100 ms per 1400 bytes sent (a 1 MiB archive: 75 s).
 ROBOCOMM_API bool resGetLogData(const std::string& folderPath);
 ROBOCOMM_API std::string compressFolderToTarGz(const std::string& folderPath);
 ROBOCOMM_API CompressedFile_t readCompressedFile(const std::string& path);

@@ -7,6 +7,12 @@
 // clears the mailbox and returns the byte. An idle poll returns 0 and leaves
 // the caller's out-parameter untouched; it takes no lock. A hand-over
 // of texts or lists is guarded so that it never copies a half-written one.
+//
+// Polls are meant for every cycle of the host's loop: the plain ones are
+// constant time and never allocate or block. Each poll names its command
+// code and the answer function that goes with it; poll one mailbox from
+// one thread only. Map data arrive as base64 text; the ...B polls hand
+// them over decoded.
 #pragma once
 
 #include <cstdint>
@@ -297,85 +303,160 @@ ROBOCOMM_API void setSystemTime(const TimeData_t& t);
 // ---- Host polling API ----
 
 ROBOCOMM_C_BEGIN
+// Code 1; answer with resGetPosition.
 ROBOCOMM_API uint8_t reqGetPosition();
+// Code 2 and 101; answer with resGetLidarSensorStatus.
 ROBOCOMM_API uint8_t reqGetLidarSensorStatus();
+// Code 3; answer with resGetMotorStatus.
 ROBOCOMM_API uint8_t reqGetMotorStatus();
+// Code 4; answer with resGetCameraStatus.
 ROBOCOMM_API uint8_t reqGetCameraStatus();
+// Code 5; answer with resGetLineLaserStatus.
 ROBOCOMM_API uint8_t reqGetLineLaserStatus();
+// Code 6; answer with resGetTofStatus.
 ROBOCOMM_API uint8_t reqGetTofStatus();
+// Code 7; answer with resGetIRStatus.
 ROBOCOMM_API uint8_t reqGetIRStatus();
+// Code 8; answer with resGetSonicStatus.
 ROBOCOMM_API uint8_t reqGetSonicStatus();
+// Code 9; answer with resGetBatteryStatus.
 ROBOCOMM_API uint8_t reqGetBatteryStatus();
+// Code 10; answer with resGetSoftwareVersion.
 ROBOCOMM_API uint8_t reqGetSoftwareVersion();
+// Code 11; answer with resGetRobotInfo.
 ROBOCOMM_API uint8_t reqGetRobotInfo();
+// Code 12; answer with resGetErrorList.
 ROBOCOMM_API uint8_t reqGetErrorList();
+// Code 13; answer with resGetTargetPosition.
 ROBOCOMM_API uint8_t reqGetTargetPosition();
+// Code 14; answer with resGetMapStatus.
 ROBOCOMM_API uint8_t reqGetMapStatus();
+// Code 15; answer with resGetMapDataS or resGetMapDataB.
 ROBOCOMM_API uint8_t reqGetMapData();
+// Code 16; answer with resGetLidarData.
 ROBOCOMM_API uint8_t reqGetLidarData();
+// Code 17; answer with resGetModifiedMapData or resGetModifiedMapDataB.
 ROBOCOMM_API uint8_t reqGetModifiedMapData();
+// Code 19; answer with resGetRobotSpeed.
 ROBOCOMM_API uint8_t reqGetRobotSpeed();
+// Code 20; answer with resGetTargetPositionCalculate.
 // Nothing writes the three values, so they always come out 0.
 ROBOCOMM_API uint8_t reqGetTargetPositionCalculate(double out[3]);
+// Code 21; answer with resGetRobotStatus.
 ROBOCOMM_API uint8_t reqGetRobotStatus();
+// Code 22; answer with resGetActionStatus.
 ROBOCOMM_API uint8_t reqGetActionStatus();
+// Code 23; answer with resGetNotification.
 ROBOCOMM_API uint8_t reqGetNotification();
+// Code 25; answer with resGetAICalibration.
 ROBOCOMM_API uint8_t reqGetAICalibration(int32_t* out);
+// Code 26; answer with resGetLogData (files.h).
 ROBOCOMM_API uint8_t reqGetLogData();
+// Code 30; answer with resGetDockingStatus.
 ROBOCOMM_API uint8_t reqGetDockingStatus();
+// Code 31; answer with resGetMotorStatusV2.
 ROBOCOMM_API uint8_t reqGetMotorStatusV2();
+// Code 32; answer with resGetRecvIRStatus.
 ROBOCOMM_API uint8_t reqGetRecvIRStatus();
+// Code 33; answer with resGetCliffIRStatus.
 ROBOCOMM_API uint8_t reqGetCliffIRStatus();
+// Code 34; answer with resGetCameraStatusV2.
 ROBOCOMM_API uint8_t reqGetCameraStatusV2();
+// Code 35; answer with resGetLineLaserStatusV2.
 ROBOCOMM_API uint8_t reqGetLineLaserStatusV2();
+// Code 36; answer with resGetTofStatusV2.
 ROBOCOMM_API uint8_t reqGetTofStatusV2();
+// Code 37; answer with resGetBatteryStatusV2.
 ROBOCOMM_API uint8_t reqGetBatteryStatusV2();
+// Code 40; answer with resGetAllStatus.
 ROBOCOMM_API uint8_t reqGetAllStatus();
+// Code 41; answer with resGetAllMovingInfo.
 ROBOCOMM_API uint8_t reqGetAllMovingInfo();
+// Code 42; answer with resGetAllStatusV2.
 ROBOCOMM_API uint8_t reqGetAllStatusV2();
+// Code 43; answer with resGetAllMovingInfoV2.
 ROBOCOMM_API uint8_t reqGetAllMovingInfoV2();
 
+// Code 50; answer with resSetReturnToChargingStation.
 ROBOCOMM_API uint8_t reqSetReturnToChargingStation();
+// Code 51; answer with resSetEmergencyStop.
 ROBOCOMM_API uint8_t reqSetEmergencyStop();
+// Code 52; answer with resSetStartLidar.
 ROBOCOMM_API uint8_t reqSetStartLidar();
+// Code 53; answer with resSetStopLidar.
 ROBOCOMM_API uint8_t reqSetStopLidar();
+// Code 54; answer with resSetStartCharging.
 ROBOCOMM_API uint8_t reqSetStartCharging();
+// Code 55; answer with resSetStopCharging.
 ROBOCOMM_API uint8_t reqSetStopCharging();
+// Code 56; answer with resSetSoftwareReset.
 ROBOCOMM_API uint8_t reqSetSoftwareReset();
+// Code 57; answer with resSetMaxDrivingSpeed.
 ROBOCOMM_API uint8_t reqSetMaxDrivingSpeed(double* mS);
+// Code 58; answer with resSetMotorManual_RPM.
 // out[0] left, out[1] right.
 ROBOCOMM_API uint8_t reqSetMotorManual_RPM(int32_t out[2]);
+// Code 59; answer with resSetMotorManual_VW.
 // out[0] mS, out[1] radS.
 ROBOCOMM_API uint8_t reqSetMotorManual_VW(double out[2]);
+// Code 60; answer with resSetTargetPosition.
 // out[0] x, out[1] y, out[2] theta.
 ROBOCOMM_API uint8_t reqSetTargetPosition(double out[3]);
+// Code 61; answer with resSetDriving.
 ROBOCOMM_API uint8_t reqSetDriving(int32_t* out);
+// Code 62; answer with resSetMapping.
 ROBOCOMM_API uint8_t reqSetMapping(int32_t* out);
+// Code 63; answer with resSetModifiedMapData.
 // reqSetModifiedMapDataS and reqSetModifiedMapDataB are two views of one
 // mailbox: whichever the host calls first takes the command.
 ROBOCOMM_API uint8_t reqSetModifiedMapDataS(std::string* out);
+// Code 63; answer with resSetModifiedMapData.
 ROBOCOMM_API uint8_t reqSetModifiedMapDataB(ModifiedMapDataB_t* out);
+// Code 64; answer with resSetheartbeat.
 ROBOCOMM_API uint8_t reqSetheartbeat();
+// Code 65; answer with resSetExcelSteps.
 ROBOCOMM_API uint8_t reqSetExcelSteps(int32_t* out);
+// Code 66; answer with resSetRotation.
 ROBOCOMM_API uint8_t reqSetRotation(Rotation_t* out);
-// The parser takes TimeData itself, so the host normally finds nothing here.
+// Code 67; answered by the library itself.
+// The parser takes TimeData itself: it sets the system clock and answers on
+// the receive thread, so the host normally finds nothing here.
 ROBOCOMM_API uint8_t reqSetTimeData(TimeData_t* out);
+// Code 70 and 72; answer with 70: resSetIntegrationModifiedMapData; 72: resSetByPassTwoData.
 ROBOCOMM_API uint8_t reqSetIntegrationModifiedMapDataB(std::vector<unsigned char>* out);
+// Code 71; answer with resSetByPassOneData.
+// The library has already stored the document in mapEditFilePath (files.h).
 ROBOCOMM_API uint8_t reqSetByPassOneData(ByPassOneData_t* out);
+// Code 73; answer with resSetPGMMapData.
+// The map decoded; checksumOk tells whether "sha256" is the digest of the
+// base64 text as received (not of the image). The map comes even when not.
 ROBOCOMM_API uint8_t reqSetPGMMapData(PGMMapDataB_t* out);
+// Code 74; answer with resSetFactoryMode.
 ROBOCOMM_API uint8_t reqSetFactoryMode(bool* out);
+// Code 75; answer with resSetBatterySleepMode.
 ROBOCOMM_API uint8_t reqSetBatterySleepMode(bool* out);
+// Code 76; answer with resSetSensorInspectionMode.
 ROBOCOMM_API uint8_t reqSetSensorInspectionMode(bool* out);
+// Code 77; answer with resSetStationRepositioningIdx.
 ROBOCOMM_API uint8_t reqSetStationRepositioning(double out[3]);
+// Code 80; answer with resSetOTA.
 ROBOCOMM_API uint8_t reqSetOTA(OTAInfo_t* out);
+// Code 81; answer with resSetResult(81, ok).
 // Hands over the assembled firmware image; check it with validateOTAData.
+// The receive thread has already pushed its progress (resSetOTAdata).
 ROBOCOMM_API uint8_t reqSetOTAdata(otadataB_t* out);
+// Code 83; answer with resSetFactoryReset (its result is named "OTA").
 ROBOCOMM_API uint8_t reqSetFactoryReset();
+// Code 84; answer with resSetRecovery.
 ROBOCOMM_API uint8_t reqSetRecovery();
+// Code 90; answer with resSetDockingState.
 ROBOCOMM_API uint8_t reqSetDockingState(int32_t* out);
+// Code 251; answer with resSetSettingCommand.
 ROBOCOMM_API uint8_t reqSetSettingCommand(int32_t* out);
+// Code 252; answer with resSetConfigCommand.
 ROBOCOMM_API uint8_t reqSetConfigCommand(int32_t* out);
 
-// The client's answer to an error push (command code 100).
+// Code 100: the client's acknowledgement of an error push (EmergencyMSG_ERROR);
+// the robot does not answer it.
 ROBOCOMM_API bool RecvErrorRes();
 ROBOCOMM_C_END

@@ -36,7 +36,13 @@ ROBOCOMM_API extern int expectedParts;
 ROBOCOMM_API extern char senderIP[16];
 
 ROBOCOMM_C_BEGIN
+// Derives the cipher key from password, then serves port 10001 on a thread
+// of its own and returns at once. That thread ends the process (status 1)
+// when the port cannot be bound; a second call without stop_server()
+// terminates the process.
 ROBOCOMM_API void start_server();
+// Closes the listening socket and joins the thread: a served client is
+// dropped within about 100 ms. start_server() may be called again after it.
 ROBOCOMM_API void stop_server();
 // Writes the library version, "0.32.2.1".
 ROBOCOMM_API void APIGetVersion(std::string& out);

@@ -5,6 +5,12 @@
 // (res..., EmergencyMSG_...) build it and send it with their command code,
 // message kind 2 for answers and 15 for pushes. Answer parameters follow the
 // order of the builder they feed.
+//
+// Each answer function answers the command of its own name (intake.h names
+// the answer beside each poll). Where names do not match: 72 is answered by
+// resSetByPassTwoData, 77 by resSetStationRepositioningIdx, 81 by
+// resSetResult(81, ok), and 83's result document is named "OTA". Every
+// answer blocks its caller about 100 ms per frame (robocomm.h).
 #pragma once
 
 #include <string>
@@ -153,6 +159,8 @@ ROBOCOMM_API void resSetRotation(bool ok);
 ROBOCOMM_API void resSetTimeData(bool ok);
 ROBOCOMM_API void resSetIntegrationModifiedMapData(bool ok);
 ROBOCOMM_API void resSetByPassOneData(bool ok);
+// Code 72 (polled with reqSetIntegrationModifiedMapDataB, which hands over
+// no data for it); the document is the same "ByPass" result as code 71's.
 ROBOCOMM_API void resSetByPassTwoData(bool ok);
 ROBOCOMM_API void resSetPGMMapData(bool ok);
 ROBOCOMM_API void resSetFactoryMode(bool ok);
@@ -160,12 +168,14 @@ ROBOCOMM_API void resSetBatterySleepMode(bool ok);
 ROBOCOMM_API void resSetSensorInspectionMode(bool ok);
 ROBOCOMM_API void resSetStationRepositioningIdx(bool ok);
 ROBOCOMM_API void resSetOTA(bool ok);
+// Code 83; its result document is named "OTA", as clients expect.
 ROBOCOMM_API void resSetFactoryReset(bool ok);
 ROBOCOMM_API void resSetRecovery(bool ok);
 ROBOCOMM_API void resSetDockingState(bool ok);
 ROBOCOMM_API void resSetSettingCommand(bool ok);
 ROBOCOMM_API void resSetConfigCommand(bool ok);
-// Any code, 81 included; a code without a result name sends "null".
+// Any code; the answer to a firmware image (code 81) has no function of its
+// own and is resSetResult(81, ok). A code without a result name sends "null".
 ROBOCOMM_API void resSetResult(int code, bool ok);
 
 // ---- Sensor status answers ----
@@ -247,11 +257,14 @@ ROBOCOMM_API void resGetAllMovingInfoV2(int movingState, bool validPosition, dou
 // ---- Map answers ----
 
 ROBOCOMM_API void resGetMapStatus(bool mapping, const std::string& data);
+// Code 15. The S form takes the image already as base64 text and sends it
+// unchanged; the B form takes the raw bytes and encodes them.
 ROBOCOMM_API void resGetMapDataS(const std::string& data, double width, double height, double resolution,
                                  double posX, double posY);
 ROBOCOMM_API void resGetMapDataB(const unsigned char* data, unsigned long size, double width, double height,
                                  double resolution, double posX, double posY);
 ROBOCOMM_API void resGetLidarData(double front, double rear);
+// Code 17: base64 text as is, or (B) raw bytes, encoded here.
 ROBOCOMM_API void resGetModifiedMapData(const std::string& data);
 ROBOCOMM_API void resGetModifiedMapDataB(const unsigned char* data, unsigned long size, double width,
                                          double height);

@@ -21,7 +21,28 @@ struct ClientRun {
     std::string err;
 };
 
-ClientRun runClient(const std::vector<std::string>& args);
+// `environment` entries ("NAME=value") are added to the client's own.
+ClientRun runClient(const std::vector<std::string>& args, const std::vector<std::string>& environment = {});
+// The same run on a pseudo-terminal (stdout and stderr together in out), as
+// an operator sees it.
+ClientRun runClientOnTerminal(const std::vector<std::string>& args);
+
+// A client run in the background, for what happens while it runs.
+class ClientProcess {
+public:
+    explicit ClientProcess(const std::vector<std::string>& args);
+    ~ClientProcess();
+    // False when its stderr does not hold `text` `times` times within 5 s.
+    bool awaitNote(const std::string& text, size_t times = 1) const;
+    // Ctrl-C, as the terminal sends it.
+    void interrupt() const;
+    // Waits (20 s at most, then kills) and collects its output.
+    ClientRun finish();
+
+private:
+    robotest::TempDir folder_;
+    pid_t pid_ = -1;
+};
 
 class DemoHost {
 public:
@@ -34,6 +55,9 @@ public:
     std::string output() const;
     // False when the output does not hold `text` within 5 s.
     bool awaitOutput(const std::string& text) const;
+    // The same for the library's trace in the run folder, which must hold
+    // `text` `times` times.
+    bool awaitLibraryLog(const std::string& text, size_t times = 1) const;
     // SIGTERM, then SIGKILL after 5 s; the exit status, -1 if killed.
     int stop();
 

@@ -6,7 +6,7 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <future>
+#include <fstream>
 
 #include "e2e/processes.h"
 #include "link/frame.h"
@@ -67,10 +67,14 @@ TEST_F(RobotTest, ServesOnAfterClientsLeaveMidMessage) {
 
 // The robot still answers, but with its own key: the client cannot read it.
 TEST_F(RobotTest, AWrongKeyIsReportedAndTheRobotServesOn) {
-    const ClientRun wrongKey = runClient({"--passphrase", "wrongPhrase#000", "get", "position"});
+    const ClientRun wrongKey = runClient({"get", "position"}, {"ROBOCOMM_PASSPHRASE=wrongPhrase#000"});
     EXPECT_EQ(wrongKey.status, 5);
     EXPECT_NE(wrongKey.err.find("cannot decipher"), std::string::npos) << wrongKey.err;
-    expectServing();
+    // The right one from a file, its line end dropped, beats the environment.
+    const robotest::TempDir folder;
+    std::ofstream(folder.path() + "/phrase") << password << "\n";
+    EXPECT_EQ(runClient({"--passphrase-file", folder.path() + "/phrase", "get", "position"},
+                        {"ROBOCOMM_PASSPHRASE=wrongPhrase#000"}).status, 0);
 }
 
 // The speed is read from the plain document: a lost parameter would be refused.
@@ -78,7 +82,9 @@ TEST(PlainRobot, ServesPlainClients) {
     DemoHost host(true);
     ASSERT_TRUE(host.awaitOutput("demo host: serving")) << host.output();
     const ClientRun speed = runClient({"--plain", "--json", "set", "max-driving-speed", "0.8"});
-    EXPECT_EQ(speed.out, "{\"Response\":{\"Set\":{\"MaxDrivingSpeed\":{\"result\":true}}}}\n") << speed.err;
+    EXPECT_EQ(speed.out, "{\"name\":\"max-driving-speed\",\"code\":57,"
+                         "\"answer\":{\"Response\":{\"Set\":{\"MaxDrivingSpeed\":{\"result\":true}}}}}\n")
+        << speed.err;
 }
 
 // The library's trace goes to the run folder, the host's terminal stays readable.
@@ -97,37 +103,86 @@ TEST(Client, ExitStatusTellsWhatWentWrong) {
     const struct {
         std::vector<std::string> args;
         int status;
-        const char* says;
+        std::string says;
     } cases[] = {
-        {{"get", "nonsense"}, 2, "unknown command: get nonsense"},
+        {{"get", "nonsense"}, 2, "unknown command: get nonsense; robocomm-client list shows them all"},
+        {{"get", "positon"}, 2, "(did you mean: get position?)"},
+        {{"get", "driving"}, 2, "(did you mean: set driving?)"},
+        {{"set", "1"}, 2, "command 1 is not a set command: get position"},
         {{"get", "log-data"}, 2, "the log bundle comes with: robocomm-client log OUT.tar.gz"},
+        {{"set", "by-pass-one-data"}, 2, "the map edit comes from a file: robocomm-client send 71 FILE"},
         {{"set", "driving", "fast"}, 2, "'fast' is not a 32-bit integer"},
-        {{"send", "200", "request.json"}, 2, "unknown command code 200"},
+        {{"send", "999", "request.json"}, 2, "unknown command code 999"},
         {{"ota", "/nonexistent/firmware.bin"}, 2, "cannot read /nonexistent/firmware.bin"},
-        {{"--port", closedPort, "get", "position"}, 3, "cannot connect to 127.0.0.1:"},
+        {{"--passphrase-file=/nonexistent/phrase", "get", "position"}, 2, "cannot read /nonexistent/phrase"},
+        {{"--port", silent.port, "log", "/nonexistent/logs.tar.gz"}, 2, "cannot write /nonexistent/logs.tar.gz"},
+        {{"--port", silent.port, "--save", "/nonexistent/map.pgm", "get", "map-data"}, 2, "cannot write"},
+        {{"--json=yes", "list"}, 2, "--json takes no value"},
+        {{"--port=" + closedPort, "get", "position"}, 3, "cannot connect to 127.0.0.1:" + closedPort},
+        {{"--host", "::1", "--port", closedPort, "get", "position"}, 3, "cannot connect to [::1]:" + closedPort},
         {{"--port", silent.port, "--timeout", "0.5", "get", "position"}, 4, "no answer to command 1 within 0.5 s"},
     };
     for (const auto& c : cases) {
         const ClientRun run = runClient(c.args);
+        SCOPED_TRACE(c.args.back());
         EXPECT_EQ(run.status, c.status) << run.err;
         EXPECT_NE(run.err.find(c.says), std::string::npos) << run.err;
     }
 }
 
-TEST(Client, RejectsALogBundleThatDoesNotMatchItsDigest) {
+// The environment gives defaults that the command line overrides; under
+// --json the error is a JSON object on stderr.
+TEST(Client, TakesSettingsFromTheEnvironment) {
+    const std::string closedPort = SilentRobot().port;
+    const ClientRun byEnvironment = runClient({"--json", "get", "position"}, {"ROBOCOMM_PORT=" + closedPort});
+    EXPECT_EQ(byEnvironment.status, 3);
+    EXPECT_EQ(byEnvironment.err, "{\"error\":\"cannot connect to 127.0.0.1:" + closedPort +
+                                     ": Connection refused\",\"status\":3}\n");
+    const ClientRun overridden = runClient({"--port", closedPort, "list"}, {"ROBOCOMM_PORT=nonsense"});
+    EXPECT_EQ(overridden.status, 2) << "a bad environment is reported, not ignored";
+    EXPECT_NE(overridden.err.find("ROBOCOMM_PORT wants a positive number"), std::string::npos) << overridden.err;
+}
+
+// A plain robot that answers the client's first command with these bytes
+// and keeps the connection open until the client is done.
+ClientRun answeredBy(const std::string& bytes, const std::vector<std::string>& command) {
     const SilentRobot robot;
-    const robotest::TempDir folder;
-    auto run = std::async(std::launch::async, runClient,
-                          std::vector<std::string>{"--plain", "--port", robot.port, "log", folder.path() + "/logs.tar.gz"});
+    std::vector<std::string> args{"--plain", "--port", robot.port};
+    args.insert(args.end(), command.begin(), command.end());
+    ClientProcess run(args);
     const int fd = accept(robot.fd, nullptr, nullptr);
-    std::string stream(robocomm::kHeaderSize, '\0');
-    robocomm::writeHeader({3000, 3, 1, 26, robocomm::kKindAnswer}, reinterpret_cast<unsigned char*>(stream.data()));
-    stream += std::string(robocomm::kDigestSize, 'x') + std::string(3000, 'b');
-    send(fd, stream.data(), stream.size(), MSG_NOSIGNAL);
-    const ClientRun result = run.get();
+    send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    const ClientRun result = run.finish();
     close(fd);
+    return result;
+}
+
+std::string header(uint32_t size, uint16_t parts, uint8_t code) {
+    std::string bytes(robocomm::kHeaderSize, '\0');
+    robocomm::writeHeader({size, parts, 1, code, robocomm::kKindAnswer},
+                          reinterpret_cast<unsigned char*>(bytes.data()));
+    return bytes;
+}
+
+TEST(Client, RejectsALogBundleThatDoesNotMatchItsDigest) {
+    const robotest::TempDir folder;
+    const std::string bundle = header(3000, 3, 26) + std::string(robocomm::kDigestSize, 'x') + std::string(3000, 'b');
+    const ClientRun result = answeredBy(bundle, {"log", folder.path() + "/logs.tar.gz"});
     EXPECT_EQ(result.status, 5);
     EXPECT_NE(result.err.find("does not match its digest; nothing written"), std::string::npos) << result.err;
+}
+
+// The robot may refuse an image for reasons of its own: status 1, as for
+// any refusal, and no claim about the digest.
+TEST(Client, AFirmwareImageTheRobotRefusesExitsWithStatusOne) {
+    const robotest::TempDir folder;
+    std::ofstream(folder.path() + "/firmware.bin") << "x";
+    const std::string verdict = R"({"Response":{"Set":{"OTA":{"result":false}}}})";
+    const ClientRun result =
+        answeredBy(header(verdict.size(), 1, 81) + verdict, {"ota", folder.path() + "/firmware.bin"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.out.find("REFUSED by the robot"), std::string::npos) << result.out;
+    EXPECT_EQ(result.err, "robocomm-client: the robot refused the firmware image\n");
 }
 
 }  // namespace

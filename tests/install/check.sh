@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the built library into a scratch tree, then builds and runs a small
-# host program against it twice: through find_package and through pkg-config.
+# host program against it twice: through find_package and through pkg-config;
+# in the install tree, the README's host example too.
 #   check.sh install  BUILD_DIR CXX [TOOLCHAIN_FILE [EMULATOR...]]
 #     the tree of `cmake --install` under a custom prefix
 #   check.sh packages BUILD_DIR CXX [TOOLCHAIN_FILE [EMULATOR...]]
@@ -74,3 +75,39 @@ export PKG_CONFIG_PATH=$libdir/pkgconfig
 # shellcheck disable=SC2046
 "$cxx" -std=c++17 "$here/consumer/host.cpp" $(pkg-config --cflags --libs robocomm) -Wl,-rpath,"$libdir" -o "$scratch/pkg-config-host"
 "${emulator[@]}" "$scratch/pkg-config-host"
+
+[ "$mode" = install ] || exit 0
+
+# The README's host example, exactly as printed there: it builds, keeps
+# nothing of its own in the global namespace (where it would take the place
+# of one of the library's names), and stops cleanly on Ctrl-C. The demo host
+# keeps the same rule; its objects are read natively only.
+awk '/^## Writing a host program/ { section = 1 } section && /^```cpp/ { code = 1; next }
+     code && /^```/ { exit } code' "$here/../../README.md" >"$scratch/example.cpp"
+# shellcheck disable=SC2046
+"$cxx" -std=c++17 -Wall -Wextra -Werror "$scratch/example.cpp" $(pkg-config --cflags --libs robocomm) \
+  -Wl,-rpath,"$libdir" -o "$scratch/example"
+if [ -z "$toolchain" ]; then
+  own_globals() { nm --defined-only --extern-only "$@" | awk 'NF == 3 && $3 !~ /^_Z|^DW\.ref\./ { print $3 }'; }
+  # shellcheck disable=SC2046
+  "$cxx" -std=c++17 -c "$scratch/example.cpp" $(pkg-config --cflags robocomm) -o "$scratch/example.o"
+  globals=$(own_globals "$scratch/example.o" "$build"/tools/CMakeFiles/robocomm-demo-host.dir/demo-host/*.o |
+    grep -vx -e main -e settimeofday || true)
+  [ -z "$globals" ] || fail "host programs define global names a library name could clash with: $globals"
+fi
+
+"${emulator[@]}" "$scratch/example" >"$scratch/example.log" 2>&1 &
+example=$!
+# Listening on port 10001 (hex 2711) once the server thread is up.
+for _ in $(seq 100); do
+  grep -q ':2711 00000000:0000 0A' /proc/net/tcp && break
+  sleep 0.05
+done
+kill -INT "$example"
+status=0
+timeout 5 tail --pid="$example" -f /dev/null || status=$?
+wait "$example" || status=$?
+if [ "$status" -ne 0 ]; then
+  tail -20 "$scratch/example.log" >&2
+  fail "the README's host example did not stop cleanly on Ctrl-C (status $status)"
+fi

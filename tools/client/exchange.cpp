@@ -1,115 +1,189 @@
 // Single commands and the push watch.
-#include <json/writer.h>
+#include <poll.h>
 
 #include <algorithm>
-#include <csignal>
+#include <chrono>
+#include <ctime>
 #include <iomanip>
 #include <iostream>
+#include <sstream>
 
 #include "client/commands.h"
-#include "client/failure.h"
-#include "client/files.h"
-#include "client/vocabulary.h"
+#include "common/files.h"
+#include "common/vocabulary.h"
 #include "robocomm/security.h"
 
 namespace robocomm::client {
 
+using namespace robocomm::tools;
+
 namespace {
 
-constexpr uint8_t kHeartbeatCode = 64;
 constexpr Millis kHeartbeatEvery{1000};
-// The longest the watch loop waits before it looks at the clock and Ctrl-C again.
+// The longest the watch loop waits before it looks at the clock again.
 constexpr Millis kWatchTick{200};
+// Between attempts to reach a robot that dropped the link.
+constexpr Millis kReconnectPause{1000};
 
-volatile std::sig_atomic_t interrupted = 0;
-
-void printDocument(const Json::Value& document, bool json) {
-    std::cout << (json ? compactJson(document) : Json::writeString(Json::StreamWriterBuilder(), document)) << std::endl;
-}
-
-// The robot's "result": false, or a firmware push reporting a failed checksum.
+// The robot's "result": false.
 bool refused(const Json::Value& document) {
     const Json::Value& results = document["Response"]["Set"];
     for (const std::string& name : results.getMemberNames())
         if (results[name]["result"].isBool() && !results[name]["result"].asBool()) return true;
-    const Json::Value& state = document["Emergency"]["Send"]["OTA"]["state"];
-    return state.isInt() && state.asInt() == kOtaChecksumFailed;
+    return false;
 }
 
-// Writes the answer's base64 "data" member to a file and leaves a note in its place.
-void saveData(Json::Value& document, const std::string& path) {
+// Writes the answer's base64 "data" member to a file and leaves a note in
+// its place; false when the answer has none.
+bool saveData(Json::Value& document, const std::string& path) {
     Json::Value& answers = document["Response"]["Get"];
     for (const std::string& name : answers.getMemberNames()) {
-        const Json::Value& answer = answers[name];
+        Json::Value& answer = answers[name];
         if (!answer.isObject() || !answer.isMember("data") || !answer["data"].isString()) continue;
-        Json::Value& data = answers[name]["data"];
+        Json::Value& data = answer["data"];
         const std::vector<unsigned char> bytes = base64Decode(data.asString());
         writeWholeFile(path, std::string(bytes.begin(), bytes.end()));
-        data = "<" + std::to_string(bytes.size()) + " bytes saved to " + path + ">";
-        return;
+        data = "<" + std::to_string(bytes.size()) + " bytes saved to " + (path == "-" ? "stdout" : path) + ">";
+        return true;
     }
-    throw Failure(Exit::Failed, "the answer carries no data to save");
+    return false;
 }
 
-}  // namespace
-
-void runRequest(const Settings& settings, const CommandSpec& command, const std::string& document) {
-    Link link(settings.link);
-    link.sendCommand(command.code, document);
-    if (!expectsAnswer(command)) {
-        if (!settings.json) std::cout << "sent command " << int(command.code) << "; the robot does not answer it\n";
-        return;
+// The heartbeat is answered by the robot's control loop, so its answer
+// proves that the robot read the command sent before it.
+void confirmDelivery(Link& link, const CommandSpec& command) {
+    link.sendCommand(kHeartbeatCode, requestDocument(findByCode(kHeartbeatCode), {}));
+    try {
+        link.awaitCode(kHeartbeatCode);
+    } catch (const Failure& failure) {
+        if (failure.status() != Exit::Timeout) throw;
+        throw link.silence("no sign that the robot read command " + std::to_string(command.code) +
+                           " (the heartbeat sent after it went unanswered)");
     }
-    Json::Value answer = link.document(link.awaitCode(answerCode(command)));
-    if (!settings.saveTo.empty()) saveData(answer, settings.saveTo);
-    printDocument(answer, settings.json);
-    if (refused(answer)) throw Failure(Exit::Failed, "the robot refused command " + std::to_string(command.code));
 }
 
-void runWatch(const Settings& settings, Millis duration) {
+std::string timeOfDay(bool utc) {
+    const auto now = std::chrono::system_clock::now();
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
+    const auto millis = std::chrono::duration_cast<Millis>(now.time_since_epoch()).count() % 1000;
+    std::tm parts{};
+    if (utc) gmtime_r(&seconds, &parts);
+    else localtime_r(&seconds, &parts);
+    std::ostringstream text;
+    text << std::put_time(&parts, utc ? "%Y-%m-%dT%H:%M:%S" : "%H:%M:%S") << '.' << std::setw(3)
+         << std::setfill('0') << millis << (utc ? "Z" : "");
+    return text.str();
+}
+
+// One connection's worth of watching, until `end`; `connected` tells
+// whether the connection was made.
+void watchConnected(const Settings& settings, const Output& out, Clock::time_point end, bool& connected) {
     Link link(settings.link);
+    connected = true;
+    out.note("connected to " + settings.link.host + " port " + std::to_string(settings.link.port) +
+             "; printing the robot's pushes");
     // The heartbeat tells the robot that someone is listening.
     const std::string heartbeat = requestDocument(findByCode(kHeartbeatCode), {});
-    interrupted = 0;
-    const auto previous = std::signal(SIGINT, [](int) { interrupted = 1; });
-    const auto end = Clock::now() + duration;
+    const std::string acknowledgement = requestDocument(findByCode(kErrorCode), {});
     auto nextBeat = Clock::now();
-    while (!interrupted && Clock::now() < end) {
+    while (Clock::now() < end) {
         if (Clock::now() >= nextBeat) {
             link.sendCommand(kHeartbeatCode, heartbeat);
             nextBeat = Clock::now() + kHeartbeatEvery;
         }
         const auto until = std::min({end, nextBeat, Clock::now() + kWatchTick});
         const auto message = link.receive(Deadline::after(std::chrono::ceil<Millis>(until - Clock::now())));
-        if (!message || message->kind != kKindPush) continue;
-        const Json::Value push = link.document(*message);
-        if (settings.json) {
-            Json::Value line;
-            line["code"] = message->code;
-            line["kind"] = message->kind;
-            line["document"] = push;
-            std::cout << compactJson(line) << std::endl;
-        } else {
-            std::cout << "push " << int(message->code) << ":\n";
-            printDocument(push, false);
+        const CommandSpec* command = message ? robocomm::findCommand(message->code) : nullptr;
+        if (!command || message->kind != kKindPush) continue;
+        Json::Value details;
+        details["time"] = timeOfDay(true);
+        const std::string prefix = timeOfDay(false) + " push " + std::to_string(command->code) + " ";
+        out.answer(*command, link.document(*message), std::cout, details, prefix);
+        // Only this connection can acknowledge: the robot serves one client.
+        if (settings.acknowledge && message->code == kErrorCode) {
+            link.sendCommand(kErrorCode, acknowledgement);
+            out.note("acknowledged the error push");
         }
     }
-    std::signal(SIGINT, previous);
 }
 
-void printCommandList(bool json) {
-    Json::Value list(Json::arrayValue);
+// A pause that Ctrl-C cuts short.
+void pause(Millis wait) {
+    checkInterrupt();
+    ::poll(nullptr, 0, static_cast<int>(wait.count()));
+    checkInterrupt();
+}
+
+}  // namespace
+
+void runRequest(const Settings& settings, const CommandSpec& command, const std::string& document) {
+    const Output out(settings.json);
+    if (!settings.saveTo.empty()) checkWritable(settings.saveTo);
+    Link link(settings.link);
+    link.sendCommand(command.code, document);
+    if (!expectsAnswer(command)) {
+        confirmDelivery(link, command);
+        out.outcome(command, "delivered", Json::Value(),
+                    kebabName(command) + ": delivered (the robot read it; it does not answer this command)",
+                    std::cout);
+        return;
+    }
+    Json::Value answer = link.document(link.awaitCode(answerCode(command)));
+    // With the data on stdout, the answer goes beside it on stderr.
+    std::ostream& to = settings.saveTo == "-" ? std::cerr : std::cout;
+    const bool saved = !settings.saveTo.empty() && saveData(answer, settings.saveTo);
+    out.answer(command, answer, to);
+    if (!settings.saveTo.empty() && !saved)
+        throw Failure(Exit::Usage, "the answer to " + synopsis(command) +
+                                       " carries no data to save (--save is for get map-data, get modified-map-data)");
+    if (refused(answer)) throw Failure(Exit::Failed, "the robot refused command " + std::to_string(command.code));
+}
+
+void runWatch(const Settings& settings, Millis duration) {
+    const Output out(settings.json);
+    const auto end = Clock::now() + duration;
+    try {
+        bool everConnected = false;
+        for (;;) {
+            bool connected = false;
+            try {
+                watchConnected(settings, out, end, connected);
+                return;
+            } catch (const Failure& failure) {
+                everConnected = everConnected || connected;
+                // A robot that was never reached is not waited for.
+                const bool dropped = failure.status() == Exit::Unreachable && everConnected;
+                if (!dropped || !settings.reconnect || Clock::now() >= end) throw;
+                if (connected) out.note(std::string(failure.what()) + "; reconnecting (--no-reconnect exits instead)");
+                pause(std::min(kReconnectPause, std::chrono::ceil<Millis>(end - Clock::now())));
+            }
+        }
+    } catch (const Failure& failure) {
+        // Ctrl-C is how a watch is meant to end.
+        if (failure.status() != Exit::Interrupted) throw;
+    }
+}
+
+void printCommandList(const Output& out) {
     for (const CommandSpec& command : commandTable()) {
-        if (!json) {
-            std::cout << std::setw(5) << int(command.code) << "  " << synopsis(command) << "\n";
+        std::string help = parameterHelp(command);
+        const std::string note = remark(command);
+        if (!note.empty()) help += (help.empty() ? "" : "; ") + note;
+        if (out.json()) {
+            Json::Value line;
+            line["name"] = kebabName(command);
+            line["code"] = command.code;
+            line["usage"] = synopsis(command);
+            line["parameters"] = parameterHelp(command);
+            line["remark"] = note;
+            std::cout << compactJson(line) << "\n";
             continue;
         }
-        Json::Value entry;
-        entry["code"] = command.code;
-        entry["usage"] = synopsis(command);
-        list.append(entry);
+        std::cout << std::setw(5) << int(command.code) << "  ";
+        if (help.empty()) std::cout << synopsis(command) << "\n";
+        else std::cout << std::left << std::setw(40) << synopsis(command) << std::right << "  " << help << "\n";
     }
-    if (json) std::cout << compactJson(list) << std::endl;
+    std::cout << std::flush;
 }
 
 }  // namespace robocomm::client

@@ -1,5 +1,6 @@
 // robocomm-client: the operator's command line to a robot running robocomm.
-#include <algorithm>
+#include <robocomm/link.h>
+
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
@@ -8,13 +9,12 @@
 #include <vector>
 
 #include "client/commands.h"
-#include "client/failure.h"
-#include "client/files.h"
-#include "client/link.h"
-#include "client/vocabulary.h"
+#include "common/files.h"
+#include "common/vocabulary.h"
 
 using namespace robocomm;
 using namespace robocomm::client;
+using namespace robocomm::tools;
 
 namespace {
 
@@ -23,25 +23,34 @@ constexpr Millis kDefaultWatch{60 * 1000};
 const char kUsage[] = R"(usage: robocomm-client [options] COMMAND [ARGS...]
 
 commands:
-  get NAME [PARAMS...]   ask the robot for data, e.g. get position
-  set NAME [PARAMS...]   order an action, e.g. set target-position 1.5 2 0.3
-  send CODE FILE         send the JSON document in FILE as command CODE
-  watch [SECONDS]        print the robot's pushes (default 60 s, Ctrl-C stops)
-  ota IMAGE              stream a firmware image and wait for the robot's verdict
-  log OUT.tar.gz         fetch the robot's log bundle into OUT.tar.gz
-  list                   every command name with its parameters
+  get NAME|CODE [PARAMS...]  ask the robot for data, e.g. get position
+  set NAME|CODE [PARAMS...]  order an action, e.g. set target-position 1.5 2 0.3
+  send CODE FILE             send the JSON document in FILE as command CODE
+  watch [SECONDS]            print the robot's pushes (default 60 s, Ctrl-C stops)
+  ota IMAGE                  stream a firmware image and wait for the robot's verdict
+  log OUT.tar.gz             fetch the robot's log bundle into OUT.tar.gz ('-': stdout)
+  list                       every command with its code, parameters and units
 
-options:
-  --host HOST            robot address (default 127.0.0.1)
-  --port PORT            robot port (default 10001)
-  --plain                the robot runs with encryption off
-  --passphrase TEXT      pass phrase of the link cipher (default: the built-in one)
-  --timeout SECONDS      longest silence accepted from the robot (default 5)
-  --json                 one compact JSON line per result
-  --save FILE            write the answer's decoded "data" to FILE (e.g. get map-data)
+options (--opt VALUE or --opt=VALUE):
+  --host HOST              robot name or address, IPv4 or IPv6 (default 127.0.0.1; $ROBOCOMM_HOST)
+  --port PORT              robot port (default 10001; $ROBOCOMM_PORT)
+  --plain                  the robot runs with encryption off
+  --passphrase-file FILE   pass phrase of the link cipher, first line of FILE
+  --passphrase TEXT        the same on the command line, where ps shows it ($ROBOCOMM_PASSPHRASE)
+  --timeout SECONDS        longest silence accepted from the robot (default 5)
+  --json                   one JSON object per line, for scripts; errors as JSON on stderr
+  --save FILE              write the answer's decoded "data" to FILE ('-': stdout)
+  --acknowledge            watch: acknowledge each error push (command 100)
+  --no-reconnect           watch: exit when the robot drops the link
+  -h, --help               this text
+  --version                the client's library version
+
+The robot serves one client at a time: while another is connected, this one
+waits unanswered.
 
 exit status: 0 done, 1 refused by the robot, 2 usage, 3 unreachable,
-4 timeout, 5 bad digest or undecipherable data
+4 timeout, 5 bad digest or undecipherable data, 130 interrupted (Ctrl-C;
+it ends watch with 0)
 )";
 
 Failure usage(const std::string& what) { return Failure(Exit::Usage, what + " (robocomm-client --help)"); }
@@ -58,40 +67,72 @@ Millis secondsOption(const std::string& option, const std::string& text) {
     return Millis(static_cast<long long>(positiveNumber(option, text) * 1000));
 }
 
+uint16_t portNumber(const std::string& option, const std::string& text) {
+    const double port = positiveNumber(option, text);
+    if (port > 65535 || port != std::floor(port)) throw usage(option + " wants a port number, not '" + text + "'");
+    return static_cast<uint16_t>(port);
+}
+
+// The first line of the file, without its line end.
+std::string passPhraseFrom(const std::string& path) {
+    const std::string text = readWholeFile(path);
+    const std::string line = text.substr(0, text.find('\n'));
+    if (line.empty()) throw usage(path + " holds no pass phrase");
+    return line;
+}
+
+enum class Request { Run, Help, Version };
+
 struct CommandLine {
     Settings settings;
     std::vector<std::string> words;
-    bool help = false;
+    Request request = Request::Run;
 };
+
+// The environment sets defaults that the command line overrides.
+void readEnvironment(Settings& s) {
+    if (const char* host = std::getenv("ROBOCOMM_HOST"); host && *host) s.link.host = host;
+    if (const char* port = std::getenv("ROBOCOMM_PORT"); port && *port) s.link.port = portNumber("ROBOCOMM_PORT", port);
+    if (const char* phrase = std::getenv("ROBOCOMM_PASSPHRASE"); phrase && *phrase) s.link.passPhrase = phrase;
+}
 
 CommandLine parse(int argc, char** argv) {
     CommandLine line;
     Settings& s = line.settings;
+    readEnvironment(s);
     bool optionsEnded = false;
     for (int i = 1; i < argc; ++i) {
-        const std::string arg = argv[i];
-        if (optionsEnded || arg.rfind("--", 0) != 0) {
-            line.words.push_back(arg);
+        const std::string word = argv[i];
+        if (optionsEnded || word.size() < 2 || word[0] != '-' || (word[1] != '-' && word != "-h")) {
+            line.words.push_back(word);
             continue;
         }
+        const size_t equals = word.find('=');
+        const std::string arg = word.substr(0, equals);
+        const bool inlineValue = equals != std::string::npos;
         const auto value = [&]() -> std::string {
+            if (inlineValue) return word.substr(equals + 1);
             if (i + 1 >= argc) throw usage(arg + " needs a value");
             return argv[++i];
         };
-        if (arg == "--") optionsEnded = true;
-        else if (arg == "--help") line.help = true;
-        else if (arg == "--plain") s.link.plain = true;
-        else if (arg == "--json") s.json = true;
+        const auto flag = [&]() {
+            if (inlineValue) throw usage(arg + " takes no value");
+            return true;
+        };
+        if (arg == "--") optionsEnded = flag();
+        else if (arg == "--help" || arg == "-h") line.request = flag() ? Request::Help : Request::Run;
+        else if (arg == "--version") line.request = flag() ? Request::Version : Request::Run;
+        else if (arg == "--plain") s.link.plain = flag();
+        else if (arg == "--json") s.json = flag();
+        else if (arg == "--acknowledge") s.acknowledge = flag();
+        else if (arg == "--no-reconnect") s.reconnect = !flag();
         else if (arg == "--host") s.link.host = value();
         else if (arg == "--passphrase") s.link.passPhrase = value();
+        else if (arg == "--passphrase-file") s.link.passPhrase = passPhraseFrom(value());
         else if (arg == "--save") s.saveTo = value();
         else if (arg == "--timeout") s.link.timeout = secondsOption(arg, value());
-        else if (arg == "--port") {
-            const double port = positiveNumber(arg, value());
-            if (port > 65535 || port != std::floor(port)) throw usage("--port wants a port number");
-            s.link.port = static_cast<uint16_t>(port);
-        } else
-            throw usage("unknown option " + arg);
+        else if (arg == "--port") s.link.port = portNumber(arg, value());
+        else throw usage("unknown option " + arg);
     }
     return line;
 }
@@ -106,25 +147,29 @@ std::vector<std::string> operands(const CommandLine& line, size_t least, size_t 
 void sendFile(const Settings& settings, const std::string& codeText, const std::string& path) {
     char* end = nullptr;
     errno = 0;
-    const long code = std::strtol(codeText.c_str(), &end, 10);
+    const long long code = std::strtoll(codeText.c_str(), &end, 10);
     if (codeText.empty() || *end != '\0' || errno != 0) throw usage("'" + codeText + "' is not a command code");
-    const CommandSpec& command = findByCode(static_cast<int>(std::clamp<long>(code, -1, 256)));
+    const CommandSpec& command = findByCode(code);
     const std::string document = readWholeFile(path);
     Json::Value root;
     std::string errors;
-    if (!parseJson(document, root, errors))
-        throw Failure(Exit::Usage, path + " is not a JSON document: " + errors);
+    if (!parseJson(document, root, errors)) throw Failure(Exit::Usage, path + " is not a JSON document: " + errors);
     runRequest(settings, command, document);
+}
+
+void runCommand(const CommandSpec& command, const Settings& settings, const std::vector<std::string>& params) {
+    if (command.code == kLogDataCode) throw usage("the log bundle comes with: robocomm-client log OUT.tar.gz");
+    if (command.code == kMapEditCode) throw usage("the map edit comes from a file: robocomm-client send 71 FILE");
+    runRequest(settings, command, requestDocument(command, params));
 }
 
 void run(const CommandLine& line) {
     const std::string verb = line.words.front();
     const Settings& settings = line.settings;
     if (verb == "get" || verb == "set") {
-        const auto args = operands(line, 1, SIZE_MAX, "get|set NAME [PARAMS...]");
-        const CommandSpec& command = findByName(verb == "get" ? CommandKind::Get : CommandKind::Set, args[0]);
-        if (command.code == kLogDataCode) throw usage("the log bundle comes with: robocomm-client log OUT.tar.gz");
-        runRequest(settings, command, requestDocument(command, {args.begin() + 1, args.end()}));
+        const auto args = operands(line, 1, SIZE_MAX, "get|set NAME|CODE [PARAMS...]");
+        const CommandSpec& command = commandFor(verb == "get" ? CommandKind::Get : CommandKind::Set, args[0]);
+        runCommand(command, settings, {args.begin() + 1, args.end()});
     } else if (verb == "send") {
         const auto args = operands(line, 2, 2, "send CODE FILE");
         sendFile(settings, args[0], args[1]);
@@ -137,28 +182,44 @@ void run(const CommandLine& line) {
         runLog(settings, operands(line, 1, 1, "log OUT.tar.gz")[0]);
     } else if (verb == "list") {
         operands(line, 0, 0, "list");
-        printCommandList(settings.json);
+        printCommandList(Output(settings.json));
     } else {
         throw usage("unknown command '" + verb + "'");
     }
 }
 
+// Whether --json was asked for, so that even a failure to parse the rest
+// of the line is reported as JSON.
+bool wantsJson(int argc, char** argv) {
+    for (int i = 1; i < argc && std::string(argv[i]) != "--"; ++i)
+        if (std::string(argv[i]) == "--json") return true;
+    return false;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+    const Output out(wantsJson(argc, argv));
+    catchInterrupt();
     try {
         const CommandLine line = parse(argc, argv);
-        if (line.help || line.words.empty()) {
-            (line.help ? std::cout : std::cerr) << kUsage;
-            return line.help ? 0 : static_cast<int>(Exit::Usage);
+        if (line.request == Request::Version) {
+            std::string version;
+            APIGetVersion(version);
+            std::cout << "robocomm-client, robocomm library " << version << std::endl;
+            return 0;
+        }
+        if (line.request == Request::Help || line.words.empty()) {
+            (line.request == Request::Help ? std::cout : std::cerr) << kUsage;
+            return line.request == Request::Help ? 0 : static_cast<int>(Exit::Usage);
         }
         run(line);
         return 0;
     } catch (const Failure& failure) {
-        std::cerr << "robocomm-client: " << failure.what() << std::endl;
+        out.error(failure);
         return static_cast<int>(failure.status());
     } catch (const std::exception& error) {
-        std::cerr << "robocomm-client: " << error.what() << std::endl;
+        out.error(Failure(Exit::Failed, error.what()));
         return static_cast<int>(Exit::Failed);
     }
 }

@@ -1,4 +1,4 @@
-#include "client/connection.h"
+#include "common/connection.h"
 
 #include <fcntl.h>
 #include <netdb.h>
@@ -13,9 +13,9 @@
 #include <cstring>
 #include <memory>
 
-#include "client/failure.h"
+#include "common/failure.h"
 
-namespace robocomm::client {
+namespace robocomm::tools {
 
 namespace {
 
@@ -25,7 +25,7 @@ using AddressList = std::unique_ptr<addrinfo, decltype(&freeaddrinfo)>;
 
 AddressList resolve(const std::string& host, uint16_t port) {
     addrinfo hints{};
-    hints.ai_family = AF_INET;
+    hints.ai_family = AF_UNSPEC;
     hints.ai_socktype = SOCK_STREAM;
     addrinfo* list = nullptr;
     const int rc = getaddrinfo(host.c_str(), std::to_string(port).c_str(), &hints, &list);
@@ -33,7 +33,41 @@ AddressList resolve(const std::string& host, uint16_t port) {
     return AddressList(list, freeaddrinfo);
 }
 
-std::string endpoint(const std::string& host, uint16_t port) { return host + ":" + std::to_string(port); }
+// "[::1]:10001" for IPv6 literals, as URLs write them.
+std::string endpoint(const std::string& host, uint16_t port) {
+    const bool bracket = host.find(':') != std::string::npos;
+    return (bracket ? "[" + host + "]" : host) + ":" + std::to_string(port);
+}
+
+// A non-blocking socket connected to one address, or -1 with errno set.
+int connectTo(const addrinfo& address, Deadline deadline) {
+    const int fd = ::socket(address.ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    if (fd < 0) return -1;
+    // Frames must leave at once and whole: the robot takes each read as one frame.
+    const int one = 1;
+    ::setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
+    int err = 0;
+    if (::connect(fd, address.ai_addr, address.ai_addrlen) != 0) {
+        err = errno;
+        if (err == EINPROGRESS) {
+            pollfd p{fd, POLLOUT, 0};
+            err = ETIMEDOUT;
+            while (!deadline.passed() && !interruptRequested()) {
+                const int n = ::poll(&p, 1, deadline.remainingMs());
+                if (n < 0 && errno == EINTR) continue;
+                if (n > 0) {
+                    socklen_t len = sizeof err;
+                    ::getsockopt(fd, SOL_SOCKET, SO_ERROR, &err, &len);
+                }
+                break;
+            }
+        }
+    }
+    if (err == 0) return fd;
+    ::close(fd);
+    errno = err;
+    return -1;
+}
 
 }  // namespace
 
@@ -45,25 +79,15 @@ int Deadline::remainingMs() const {
 Connection::Connection(const std::string& host, uint16_t port, Millis patience) {
     const auto addresses = resolve(host, port);
     const Deadline deadline = Deadline::after(patience);
-    fd_ = ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-    if (fd_ < 0) throw Failure(Exit::Unreachable, std::string("socket: ") + std::strerror(errno));
-    // Frames must leave at once and whole: the robot takes each read as one frame.
-    const int one = 1;
-    ::setsockopt(fd_, IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
-    if (::connect(fd_, addresses->ai_addr, addresses->ai_addrlen) != 0 && errno != EINPROGRESS) {
-        const int err = errno;
-        ::close(fd_);
+    // Every address the name has, of either family, until one answers.
+    int err = 0;
+    for (const addrinfo* address = addresses.get(); address && fd_ < 0; address = address->ai_next) {
+        fd_ = connectTo(*address, deadline);
+        if (fd_ < 0) err = errno;
+    }
+    checkInterrupt();
+    if (fd_ < 0)
         throw Failure(Exit::Unreachable, "cannot connect to " + endpoint(host, port) + ": " + std::strerror(err));
-    }
-    int err = ETIMEDOUT;
-    if (ready(POLLOUT, deadline)) {
-        socklen_t len = sizeof err;
-        ::getsockopt(fd_, SOL_SOCKET, SO_ERROR, &err, &len);
-    }
-    if (err != 0) {
-        ::close(fd_);
-        throw Failure(Exit::Unreachable, "cannot connect to " + endpoint(host, port) + ": " + std::strerror(err));
-    }
 }
 
 Connection::~Connection() { ::close(fd_); }
@@ -71,6 +95,8 @@ Connection::~Connection() { ::close(fd_); }
 bool Connection::ready(short events, Deadline deadline) const {
     pollfd p{fd_, events, 0};
     for (;;) {
+        // Ctrl-C may have come between two waits, where no poll was there to wake.
+        checkInterrupt();
         const int n = ::poll(&p, 1, deadline.remainingMs());
         if (n > 0) return true;
         if (n == 0) return false;
@@ -100,6 +126,7 @@ bool Connection::await(size_t n, Deadline deadline) {
         const ssize_t got = ::recv(fd_, chunk, sizeof chunk, 0);
         if (got > 0) {
             inbox_.append(chunk, static_cast<size_t>(got));
+            heard_ = true;
             continue;
         }
         if (got == 0) throw Failure(Exit::Unreachable, "the robot closed the connection");
@@ -117,4 +144,4 @@ std::string Connection::take(size_t n) {
     return head;
 }
 
-}  // namespace robocomm::client
+}  // namespace robocomm::tools

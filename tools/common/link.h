@@ -11,10 +11,12 @@
 #include <optional>
 #include <string>
 
-#include "client/connection.h"
+#include "common/connection.h"
+#include "common/failure.h"
+#include "common/json_text.h"
 #include "link/frame.h"
 
-namespace robocomm::client {
+namespace robocomm::tools {
 
 struct LinkOptions {
     std::string host = "127.0.0.1";
@@ -63,6 +65,10 @@ public:
     // The payload parsed as JSON; throws Failure(BadData).
     Json::Value document(const Message& message);
 
+    // Failure(Timeout) for a wait that ran out, saying so when the robot has
+    // sent nothing at all on this connection.
+    Failure silence(const std::string& what) const;
+
 private:
     void waitForPause();
 
@@ -76,9 +82,5 @@ private:
 };
 
 std::string frameBytes(const FrameHeader& header, const std::string& payload);
-// Compact one-line JSON.
-std::string compactJson(const Json::Value& value);
-// False, with the reader's errors, when the text is not one JSON document.
-bool parseJson(const std::string& text, Json::Value& root, std::string& errors);
 
-}  // namespace robocomm::client
+}  // namespace robocomm::tools

@@ -1,18 +1,14 @@
-#include "client/link.h"
-
-#include <json/reader.h>
-#include <json/writer.h>
+#include "common/link.h"
 
 #include <algorithm>
-#include <memory>
 #include <sstream>
 #include <thread>
 #include <vector>
 
-#include "client/failure.h"
+#include "common/failure.h"
 #include "robocomm/security.h"
 
-namespace robocomm::client {
+namespace robocomm::tools {
 
 namespace {
 
@@ -42,17 +38,6 @@ std::string frameBytes(const FrameHeader& header, const std::string& payload) {
     std::string frame(kHeaderSize, '\0');
     writeHeader(header, reinterpret_cast<unsigned char*>(frame.data()));
     return frame + payload;
-}
-
-std::string compactJson(const Json::Value& value) {
-    Json::StreamWriterBuilder writer;
-    writer["indentation"] = "";
-    return Json::writeString(writer, value);
-}
-
-bool parseJson(const std::string& text, Json::Value& root, std::string& errors) {
-    const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
-    return reader->parse(text.data(), text.data() + text.size(), &root, &errors);
 }
 
 Link::Link(const LinkOptions& options)
@@ -118,14 +103,21 @@ std::optional<Message> Link::receive(Deadline deadline) {
     }
 }
 
+Failure Link::silence(const std::string& what) const {
+    std::string text = what + " within " + seconds(options_.timeout);
+    // The kernel accepts a second client into the listen backlog, where it
+    // hears nothing until the robot's one client leaves.
+    if (!connection_.heard())
+        text += "; nothing at all came back: the robot may be serving another client (it serves one at a time)";
+    return Failure(Exit::Timeout, text);
+}
+
 Message Link::awaitCode(uint8_t code) {
     // One deadline for the whole wait: other messages do not extend it.
     const Deadline deadline = Deadline::after(options_.timeout);
     for (;;) {
         auto message = receive(deadline);
-        if (!message)
-            throw Failure(Exit::Timeout, "no answer to command " + std::to_string(code) + " within " +
-                                             seconds(options_.timeout));
+        if (!message) throw silence("no answer to command " + std::to_string(code));
         if (message->code == code) return std::move(*message);
     }
 }
@@ -162,4 +154,4 @@ Json::Value Link::document(const Message& message) {
     return root;
 }
 
-}  // namespace robocomm::client
+}  // namespace robocomm::tools

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <string>
 
-namespace robocomm::client {
+namespace robocomm::tools {
 
 using Clock = std::chrono::steady_clock;
 using Millis = std::chrono::milliseconds;
@@ -26,7 +26,8 @@ private:
 
 class Connection {
 public:
-    // Throws Failure(Unreachable) when no connection is made before `patience` ends.
+    // Tries every address of the host, IPv4 or IPv6. Throws
+    // Failure(Unreachable) when none connects before `patience` ends.
     Connection(const std::string& host, uint16_t port, Millis patience);
     ~Connection();
     Connection(const Connection&) = delete;
@@ -41,12 +42,15 @@ public:
     // The buffered bytes, oldest first.
     const std::string& buffered() const { return inbox_; }
     std::string take(size_t n);
+    // Whether the robot has sent a single byte on this connection.
+    bool heard() const { return heard_; }
 
 private:
     // Waits for the socket to become ready for `events`; false at the deadline.
     bool ready(short events, Deadline deadline) const;
     int fd_ = -1;
     std::string inbox_;
+    bool heard_ = false;
 };
 
-}  // namespace robocomm::client
+}  // namespace robocomm::tools
