@@ -15,17 +15,6 @@ namespace {
 
 using robocomm::Connection;
 
-// Larger firmware images only spend the fuzzer's time in malloc.
-constexpr uint32_t kMaxImage = 1 << 20;
-
-// Whether this read would begin a firmware transfer announcing more than that.
-bool announcesHugeImage(const Connection& connection, const uint8_t* read, size_t length) {
-    if (connection.expectedParts != 0 || length < robocomm::kHeaderSize) return false;
-    const robocomm::FrameHeader header = robocomm::readHeader(read);
-    return header.identifier == robocomm::kOtaDataCode && header.object == robocomm::kKindOtaData &&
-           header.totalSize > kMaxImage;
-}
-
 // A transfer left under way keeps its buffer, as on a live link; between
 // inputs it is released so each input starts from a fresh connection.
 void forgetTransfer() {
@@ -49,7 +38,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         const size_t length = std::min({announced, size - at, robocomm::kMaxFrame});
         const uint8_t* read = data + at;
         at += length;
-        if (announcesHugeImage(connection, read, length)) continue;
         bool threadEnds = false;
         robofuzz::runReceivePass([&] {
             threadEnds = robocomm::handleFrame(connection, read, length) == robocomm::FrameOutcome::OutOfMemory;

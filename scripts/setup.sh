@@ -4,6 +4,8 @@ set -euo pipefail
 
 ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 PACKAGES=(g++ cmake make pkg-config libjsoncpp-dev libssl-dev libgtest-dev libbenchmark-dev tar gzip python3 binutils)
+# Only scripts/fuzz.sh needs these: libFuzzer comes with clang's runtime.
+FUZZ_PACKAGES=(clang libclang-rt-14-dev)
 
 install_missing_packages() {
   local missing=()
