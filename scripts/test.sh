@@ -2,13 +2,22 @@
 # Builds everything and runs the whole test suite.
 #   scripts/test.sh             regular build in build/
 #   scripts/test.sh --sanitize  AddressSanitizer + UBSan build in build-sanitize/
+#   scripts/test.sh --tsan      ThreadSanitizer build in build-tsan/
 source "$(dirname "${BASH_SOURCE[0]}")/setup.sh"
 
-if [ "${1:-}" = "--sanitize" ]; then
-  dir="$ROOT/build-sanitize"
-  build_into "$dir" -DROBOCOMM_SANITIZE=ON -DROBOCOMM_BUILD_BENCH=OFF
-else
-  dir="$ROOT/build"
-  build_into "$dir"
-fi
+case "${1:-}" in
+  --sanitize)
+    dir="$ROOT/build-sanitize"
+    build_into "$dir" -DROBOCOMM_SANITIZE=ON -DROBOCOMM_BUILD_BENCH=OFF
+    ;;
+  --tsan)
+    dir="$ROOT/build-tsan"
+    build_into "$dir" -DROBOCOMM_TSAN=ON -DROBOCOMM_BUILD_BENCH=OFF -DROBOCOMM_BUILD_FUZZ=OFF
+    export TSAN_OPTIONS="suppressions=$ROOT/tests/tsan.supp second_deadlock_stack=1"
+    ;;
+  *)
+    dir="$ROOT/build"
+    build_into "$dir"
+    ;;
+esac
 ctest --test-dir "$dir" --output-on-failure --parallel "$(nproc)" --timeout 300
