@@ -6,6 +6,7 @@
 
 #include <cstring>
 #include <future>
+#include <locale>
 #include <stdexcept>
 
 #include "link_helpers.h"
@@ -137,6 +138,21 @@ TEST(UdpSender, LogsEachDatagramAndLeavesItsSocketInSockfd) {
     EXPECT_GT(sockfd, 0);
     EXPECT_EQ(fcntl(sockfd, F_GETFD), -1);
     sockfd = -1;
+}
+
+// Numbers in log lines follow the locale the host gave the stream.
+TEST(UdpSender, LogNumbersFollowTheStreamsLocale) {
+    struct Thousands : std::numpunct<char> {
+        char do_thousands_sep() const override { return '.'; }
+        std::string do_grouping() const override { return "\3"; }
+    };
+    std::strcpy(senderIP, "127.0.0.1");
+    const std::locale previous = std::cout.imbue(std::locale(std::cout.getloc(), new Thousands));
+    const auto output = robotest::captureOutput([] { sendLargeData(std::vector<unsigned char>(1234), 7, 1); });
+    std::cout.imbue(previous);
+    sockfd = -1;
+    EXPECT_TRUE(linktest::contains(output.out, "Start index: 0, End index: 1.234\nPacket length: 1.244\n"))
+        << output.out;
 }
 
 }  // namespace
