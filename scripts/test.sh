@@ -20,4 +20,5 @@ case "${1:-}" in
     build_into "$dir"
     ;;
 esac
-ctest --test-dir "$dir" --output-on-failure --parallel "$(nproc)" --timeout 300
+echo "soak test (label soak) left out: minutes long, it is a CI stage of its own (ctest --test-dir build -L soak)"
+ctest --test-dir "$dir" --output-on-failure --parallel "$(nproc)" --timeout 300 -LE soak

@@ -115,7 +115,7 @@ TEST_F(MapEditFileTest, FileShorterThanItsIvThrowsOutOfTheReadOnly) {
                           "cannot create std::vector larger than max_size()\n");
 }
 
-// Whatever a host thread is doing with stdin. Before the server runs the
+// Even with a host thread blocked reading stdin. Before the server runs the
 // process ends through exit(), so the host's atexit handlers run.
 TEST_F(MapEditFileTest, UnopenableFileEndsTheProcessEvenWhileTheServerRuns) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
