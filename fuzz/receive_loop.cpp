@@ -2,12 +2,12 @@
 // Input: one byte whose low bit chooses whether frames are enciphered, then
 // events, each a 2-byte big-endian word:
 //   up to 32778   a read of that many bytes, which follow (cut at the input's
-//                 end); a read of 0 bytes is the peer closing, after which
-//                 the next client is served
+//                 end); a read of 0 bytes is the peer closing
 //   0xffff        a failing read (connection reset)
 //   other         as many empty polls as the word's low 7 bits say; 52 in a
 //                 row drop the message under way
-// The end of the input closes the connection.
+// A close or a failing read ends the client, and the next one is served from
+// the rest of the input. The end of the input closes the connection.
 #include <sys/types.h>
 
 #include <algorithm>
