@@ -7,6 +7,8 @@ PACKAGES=(g++ cmake make pkg-config libjsoncpp-dev libssl-dev libgtest-dev libbe
 # The aarch64 build adds these (scripts/test.sh --arch aarch64): the cross
 # compiler, the emulator its programs run in, the target's libraries.
 AARCH64_PACKAGES=(g++-aarch64-linux-gnu qemu-user libjsoncpp-dev:arm64 libssl-dev:arm64 libgtest-dev:arm64)
+# Only scripts/fuzz.sh needs these: libFuzzer comes with clang's runtime.
+FUZZ_PACKAGES=(clang libclang-rt-14-dev)
 
 install_missing_packages() {
   local missing=()

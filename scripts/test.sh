@@ -2,22 +2,33 @@
 # Builds everything and runs the whole test suite.
 #   scripts/test.sh             regular build in build/
 #   scripts/test.sh --sanitize  AddressSanitizer + UBSan build in build-sanitize/
+#   scripts/test.sh --tsan      ThreadSanitizer build in build-tsan/
 #   scripts/test.sh --arch aarch64
 #                               cross build for 64-bit ARM in build-aarch64/,
 #                               tests run under qemu-aarch64
 # The soak test (label soak) is a CI stage of its own: ctest --test-dir build -L soak
 source "$(dirname "${BASH_SOURCE[0]}")/setup.sh"
 
-if [ "${1:-}" = "--sanitize" ]; then
-  dir="$ROOT/build-sanitize"
-  build_into "$dir" -DROBOCOMM_SANITIZE=ON -DROBOCOMM_BUILD_BENCH=OFF
-elif [ "${1:-}" = "--arch" ] && [ "${2:-}" = "aarch64" ]; then
-  PACKAGES+=("${AARCH64_PACKAGES[@]}")
-  dir="$ROOT/build-aarch64"
-  build_into "$dir" -DCMAKE_TOOLCHAIN_FILE="$ROOT/cmake/toolchains/aarch64-linux-gnu.cmake" -DROBOCOMM_BUILD_BENCH=OFF
-else
-  dir="$ROOT/build"
-  build_into "$dir"
-fi
+case "${1:-}" in
+  --sanitize)
+    dir="$ROOT/build-sanitize"
+    build_into "$dir" -DROBOCOMM_SANITIZE=ON -DROBOCOMM_BUILD_BENCH=OFF
+    ;;
+  --tsan)
+    dir="$ROOT/build-tsan"
+    build_into "$dir" -DROBOCOMM_TSAN=ON -DROBOCOMM_BUILD_BENCH=OFF -DROBOCOMM_BUILD_FUZZ=OFF
+    export TSAN_OPTIONS="suppressions=$ROOT/tests/tsan.supp second_deadlock_stack=1"
+    ;;
+  --arch)
+    [ "${2:-}" = aarch64 ] || { echo "usage: scripts/test.sh --arch aarch64" >&2; exit 2; }
+    PACKAGES+=("${AARCH64_PACKAGES[@]}")
+    dir="$ROOT/build-aarch64"
+    build_into "$dir" -DCMAKE_TOOLCHAIN_FILE="$ROOT/cmake/toolchains/aarch64-linux-gnu.cmake" -DROBOCOMM_BUILD_BENCH=OFF
+    ;;
+  *)
+    dir="$ROOT/build"
+    build_into "$dir"
+    ;;
+esac
 echo "soak test (label soak) left out: minutes long, it is a CI stage of its own (ctest --test-dir build -L soak)"
 ctest --test-dir "$dir" --output-on-failure --parallel "$(nproc)" --timeout 300 -LE soak

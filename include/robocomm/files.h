@@ -29,6 +29,13 @@ struct CompressedFile_t {
     int64_t size;
 };
 
+// These entry points keep plain names although they return C++ types: the
+// host links against those names and shares our standard library build, so
+// clang's warning about C linkage returning a class does not apply here.
+#ifdef __clang__
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wreturn-type-c-linkage"
+#endif
 ROBOCOMM_C_BEGIN
 // Writes the 16 IV bytes, then the AES-128-CBC ciphertext of data. Ends the
 // process with status 1 when the file cannot be opened.
@@ -54,6 +61,9 @@ ROBOCOMM_API bool resGetLogData(const std::string& folderPath);
 ROBOCOMM_API std::string compressFolderToTarGz(const std::string& folderPath);
 ROBOCOMM_API CompressedFile_t readCompressedFile(const std::string& path);
 ROBOCOMM_C_END
+#ifdef __clang__
+#pragma clang diagnostic pop
+#endif
 
 ROBOCOMM_API Json::Value createJsonLogData(const std::string& name, const unsigned char* data, unsigned long length);
 ROBOCOMM_API Json::Value createJsonLogDataFile(const std::string& name, const unsigned char* data,

@@ -16,6 +16,7 @@
 #include "link/log_lines.h"
 #include "link/process_exit.h"
 #include "link/reassembly.h"
+#include "link/receive_loop.h"
 #include "robocomm/link.h"
 #include "robocomm/security.h"
 
@@ -106,6 +107,12 @@ void releaseListener() {
     listener = -1;
 }
 
+ssize_t readSocket(int fd, void* buffer, size_t size) { return recv(fd, buffer, size, 0); }
+
+void pauseBetweenPolls() { usleep(kPollPauseMicros); }
+
+constexpr robocomm::ClientIo kSocketIo{readSocket, pauseBetweenPolls};
+
 void watchForVanishedPeer(int fd) {
     const int on = 1;
     setsockopt(fd, SOL_SOCKET, SO_KEEPALIVE, &on, sizeof on);
@@ -128,10 +135,10 @@ void dropPartialMessage(robocomm::Connection& connection, const char* note) {
 // What one poll means for the client being served.
 enum class Pass { Continue, ClientGone, ThreadEnds };
 
-Pass waitForData(robocomm::Connection& connection) {
+Pass waitForData(robocomm::Connection& connection, const robocomm::ClientIo& io) {
     std::printf("Wait ... \n");
     std::fflush(stdout);
-    usleep(kPollPauseMicros);
+    io.pause();
     if (waitClear++ <= kEmptyPollsKept) return Pass::Continue;
     // The connection stays; only the partial message goes. The firmware
     // buffer is deliberately not released here.
@@ -141,9 +148,9 @@ Pass waitForData(robocomm::Connection& connection) {
 }
 
 // One poll of the client socket.
-Pass pollClient(robocomm::Connection& connection, std::vector<unsigned char>& buffer) {
+Pass pollClient(robocomm::Connection& connection, std::vector<unsigned char>& buffer, const robocomm::ClientIo& io) {
     SetNonBlockingMode(clientfd);
-    const ssize_t count = recv(clientfd, buffer.data(), buffer.size(), 0);
+    const ssize_t count = io.read(clientfd, buffer.data(), buffer.size());
     if (count > 0) {
         std::printf("recv : %d \n", static_cast<int>(count));
         std::fflush(stdout);
@@ -157,19 +164,19 @@ Pass pollClient(robocomm::Connection& connection, std::vector<unsigned char>& bu
         dropPartialMessage(connection, nullptr);
         return Pass::ClientGone;
     }
-    if (errno == EAGAIN) return waitForData(connection);
+    if (errno == EAGAIN) return waitForData(connection, io);
     perror("recv error [Clear] ");
     dropPartialMessage(connection, nullptr);
     return Pass::ClientGone;
 }
 
-// Serves the accepted client until it leaves or the server stops. False when
-// the thread must end at once.
-bool serveClient(std::vector<unsigned char>& buffer) {
-    robocomm::Connection connection;
+}  // namespace
+
+bool robocomm::serveClient(std::vector<unsigned char>& buffer, const ClientIo& io) {
+    Connection connection;
     while (running) {
         try {
-            const Pass pass = pollClient(connection, buffer);
+            const Pass pass = pollClient(connection, buffer, io);
             if (pass == Pass::ThreadEnds) return false;
             if (pass == Pass::ClientGone) break;
         } catch (const std::exception& error) {
@@ -187,8 +194,6 @@ bool serveClient(std::vector<unsigned char>& buffer) {
     close(closing);
     return true;
 }
-
-}  // namespace
 
 void robocomm::retireDatagramSocket(int fd) {
     std::lock_guard<std::mutex> lock(listenerLock);
@@ -212,7 +217,7 @@ void receiveData() {
         watchForVanishedPeer(clientfd);
         // An allocation failure of the firmware buffer ends the thread on the
         // spot, leaving both sockets open.
-        if (!serveClient(buffer)) return;
+        if (!robocomm::serveClient(buffer, kSocketIo)) return;
     }
     robocomm::logErr() << "Closing server socket";
     releaseListener();

@@ -86,7 +86,9 @@ TEST_F(MapEditFileTest, SavedFileIsItsIvThenPaddedCipherAndNeedsItsKey) {
     const auto* fileIv = reinterpret_cast<const unsigned char*>(ivBytes.data());
     const unsigned char otherKey[16] = {};
     const std::pair<std::string, size_t> cases[] = {{"", 32}, {std::string(16, 'b'), 48}, {std::string("a\0b", 3), 32}};
-    for (const auto& [text, fileSize] : cases) {
+    for (const auto& [savedText, fileSize] : cases) {
+        // C++17 lambdas cannot capture a structured binding.
+        const std::string& text = savedText;
         SCOPED_TRACE(text.size());
         const auto saved = captureOutput([&] { API_FileSave(text, path_, key, fileIv); });
         EXPECT_EQ(saved.out, "Data encrypted and saved to " + path_ + "\n");

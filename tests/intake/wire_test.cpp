@@ -89,7 +89,8 @@ TEST_F(WireTest, TimeDataAndMismatchedOTADataAreAnsweredAtOnce) {
     EXPECT_EQ(ota["state"], 15);
     TimeData_t time{};
     EXPECT_EQ(reqSetTimeData(&time), 0);
-    EXPECT_EQ(globalOTAdata.pending, 0);
+    otadataB_t image;
+    EXPECT_EQ(reqSetOTAdata(&image), 0);
 }
 
 }  // namespace

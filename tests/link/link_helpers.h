@@ -50,13 +50,12 @@ inline std::string pattern(size_t count) {
 }
 
 // A position query (code 1) from the client raised the position mailbox:
-// the link is alive and delivers commands.
+// the link is alive and delivers commands. The mailbox is read through its
+// poll, as the host reads it, never behind the receive thread's back.
 inline bool commandDelivered(robotest::LinkClient& client, const std::string& json = "{}") {
-    globalGetPosition.pending = 0;
+    reqGetPosition();
     client.sendCommand(1, json);
-    const bool raised = waitUntil([] { return globalGetPosition.pending == 1; });
-    globalGetPosition.pending = 0;
-    return raised;
+    return waitUntil([] { return reqGetPosition() == 1; });
 }
 
 }  // namespace linktest

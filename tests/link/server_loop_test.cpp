@@ -113,6 +113,9 @@ TEST(ServerLifecycleDeathTest, PortInUseEndsTheProcessWithStatusOne) {
 // A peer that vanishes without closing is given up within about 30 s, so the
 // slot is free for the next client.
 TEST_F(ServerTest, VanishedPeerIsDetectedWithinHalfAMinute) {
+    // The options are set just after the accept: once a command has been
+    // served, they are in place.
+    EXPECT_TRUE(linktest::commandDelivered(client()));
     const auto option = [](int level, int name) {
         int value = -1;
         socklen_t length = sizeof value;
@@ -125,7 +128,6 @@ TEST_F(ServerTest, VanishedPeerIsDetectedWithinHalfAMinute) {
     EXPECT_LE(probesGiveUp, 35);
     EXPECT_GT(option(IPPROTO_TCP, TCP_USER_TIMEOUT), 0);
     EXPECT_LE(option(IPPROTO_TCP, TCP_USER_TIMEOUT), 35000);
-    EXPECT_TRUE(linktest::commandDelivered(client()));
 }
 
 // Once the client is gone, an answer must not reach whatever the host opens
@@ -174,11 +176,11 @@ TEST_F(ServerTest, MalformedFramesNeverEndTheConnection) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        globalGetPosition.pending = 0;
+        reqGetPosition();
         robotest::OutputCapture capture;
         for (const std::string& read : c.reads) client().sendRaw(read);
         const auto output = capture.finish();
-        EXPECT_EQ(globalGetPosition.pending, 0);
+        EXPECT_EQ(reqGetPosition(), 0);
         EXPECT_TRUE(contains(output.out, "recv : " + std::to_string(c.reads.back().size()) + " \n"));
         EXPECT_TRUE(contains(output.err, c.expectedError)) << output.err;
         EXPECT_TRUE(linktest::commandDelivered(client()));
@@ -203,7 +205,6 @@ TEST_F(ServerTest, CommandsAndJigBlocksAreDeliveredWithTheirLines) {
     EXPECT_EQ(stored.size(), 26u);
     EXPECT_TRUE(linktest::commandDelivered(client(), "{}" + std::string(24, ' ')));
     const std::string out = robotest::withoutPollLines(capture.finish().out);
-    std::cout << std::dec;
 
     EXPECT_TRUE(contains(out, headerLines("12", "2"))) << out;
     EXPECT_TRUE(contains(out, "Total size: 26\nTotal size (hex): 0x1a\nExpected packet size (hex): 0x1a\n")) << out;
@@ -230,12 +231,11 @@ TEST_F(ServerTest, SilenceDropsThePartialMessageButKeepsTheClient) {
 TEST_F(ServerTest, SecondClientIsServedWhenTheFirstLeaves) {
     robotest::OutputCapture capture;
     robotest::LinkClient next;
-    globalGetPosition.pending = 0;
+    reqGetPosition();
     next.sendCommand(1, "{}");
-    EXPECT_EQ(globalGetPosition.pending, 0);
+    EXPECT_EQ(reqGetPosition(), 0);
     client().close();
-    EXPECT_TRUE(linktest::waitUntil([] { return globalGetPosition.pending == 1; }));
-    globalGetPosition.pending = 0;
+    EXPECT_TRUE(linktest::waitUntil([] { return reqGetPosition() == 1; }));
     const auto output = capture.finish();
 
     EXPECT_TRUE(contains(robotest::withoutPollLines(output.out),

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <iostream>
 #include <thread>
 
 #include "robocomm/link.h"
@@ -30,6 +31,10 @@ void ServerTest::SetUp() {
 void ServerTest::TearDown() {
     if (client_) client_->close();
     stop_server();
+    // A jig message switches standard output to hexadecimal for good; the
+    // next test starts in decimal. Only now, with the receive thread gone,
+    // can the stream's flags change without racing its log lines.
+    std::cout << std::dec;
 }
 
 LinkClient& ServerTest::client() { return *client_; }
