@@ -3,7 +3,7 @@
 set -euo pipefail
 
 ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-PACKAGES=(g++ cmake make pkg-config libjsoncpp-dev libssl-dev libgtest-dev libbenchmark-dev tar gzip python3 binutils)
+PACKAGES=(g++ cmake make pkg-config libjsoncpp-dev libssl-dev libcpp-httplib-dev libpng-dev libgtest-dev libbenchmark-dev tar gzip python3 binutils)
 
 install_missing_packages() {
   local missing=()

@@ -11,4 +11,5 @@ else
   dir="$ROOT/build"
   build_into "$dir"
 fi
-ctest --test-dir "$dir" --output-on-failure --parallel "$(nproc)" --timeout 300
+# The browser test has its own script and CI stage (scripts/browser-test.sh).
+ctest --test-dir "$dir" --output-on-failure --parallel "$(nproc)" --timeout 300 --label-exclude browser
