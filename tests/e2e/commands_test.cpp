@@ -60,7 +60,8 @@ TEST_F(RobotTest, AnswersEveryCommandOfTheTable) {
         if (command.code == 18 || command.code == 100)
             EXPECT_EQ(line["outcome"], "delivered") << run.out;
         else if (command.kind == CommandKind::Get)
-            EXPECT_EQ(line["answer"]["Response"]["Get"].getMemberNames(), std::vector{documentName(command)}) << run.out;
+            EXPECT_EQ(line["answer"]["Response"]["Get"].getMemberNames(), std::vector{documentName(command)})
+                << run.out;
         else
             EXPECT_EQ(line["answer"], parseJson(createJsonResult(command.code, ok))) << run.out;
     }
@@ -94,8 +95,8 @@ TEST_F(RobotTest, TheClockCommandOnlyReachesTheDemoHostsFakeClock) {
 // The README's example documents, as shipped.
 TEST_F(RobotTest, SendsTheExampleDocuments) {
     const ClientRun edit = runClient({"--json", "send", "71", ROBOCOMM_EXAMPLES_DIR "/map-edit.json"});
-    EXPECT_EQ(edit.out, "{\"answer\":{\"Response\":{\"Set\":{\"ByPass\":{\"result\":true}}}},\"code\":71,"
-                        "\"name\":\"by-pass-one-data\"}\n") << edit.err;
+    EXPECT_EQ(edit.out, "{\"name\":\"by-pass-one-data\",\"code\":71,"
+                        "\"answer\":{\"Response\":{\"Set\":{\"ByPass\":{\"result\":true}}}}}\n") << edit.err;
     EXPECT_TRUE(host.awaitOutput("map edit office-edit-1: 1 rooms")) << host.output();
     const ClientRun map = runClient({"send", "73", ROBOCOMM_EXAMPLES_DIR "/pgm-map.json"});
     EXPECT_EQ(map.out, "MapData: done\n") << map.err;

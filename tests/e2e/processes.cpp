@@ -76,12 +76,17 @@ ClientProcess::~ClientProcess() {
     if (pid_ > 0) finish();
 }
 
+bool ClientProcess::awaitNote(const std::string& text, size_t times) const {
+    return awaitText(folder_.path() + "/err", text, times);
+}
+
 void ClientProcess::interrupt() const { kill(pid_, SIGINT); }
 
 ClientRun ClientProcess::finish() {
     int status = 0;
     pid_t reaped = 0;
-    for (int i = 0; i < 1000 && (reaped = waitpid(pid_, &status, WNOHANG)) == 0; ++i) std::this_thread::sleep_for(kStep);
+    for (int i = 0; i < 1000 && (reaped = waitpid(pid_, &status, WNOHANG)) == 0; ++i)
+        std::this_thread::sleep_for(kStep);
     if (reaped == 0) {
         kill(pid_, SIGKILL);
         waitpid(pid_, &status, 0);

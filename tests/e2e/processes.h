@@ -32,6 +32,8 @@ class ClientProcess {
 public:
     explicit ClientProcess(const std::vector<std::string>& args);
     ~ClientProcess();
+    // False when its stderr does not hold `text` `times` times within 5 s.
+    bool awaitNote(const std::string& text, size_t times = 1) const;
     // Ctrl-C, as the terminal sends it.
     void interrupt() const;
     // Waits (20 s at most, then kills) and collects its output.

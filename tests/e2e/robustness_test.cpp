@@ -82,8 +82,9 @@ TEST(PlainRobot, ServesPlainClients) {
     DemoHost host(true);
     ASSERT_TRUE(host.awaitOutput("demo host: serving")) << host.output();
     const ClientRun speed = runClient({"--plain", "--json", "set", "max-driving-speed", "0.8"});
-    EXPECT_EQ(speed.out, "{\"answer\":{\"Response\":{\"Set\":{\"MaxDrivingSpeed\":{\"result\":true}}}},\"code\":57,"
-                         "\"name\":\"max-driving-speed\"}\n") << speed.err;
+    EXPECT_EQ(speed.out, "{\"name\":\"max-driving-speed\",\"code\":57,"
+                         "\"answer\":{\"Response\":{\"Set\":{\"MaxDrivingSpeed\":{\"result\":true}}}}}\n")
+        << speed.err;
 }
 
 // The library's trace goes to the run folder, the host's terminal stays readable.
@@ -158,7 +159,8 @@ ClientRun answeredBy(const std::string& bytes, const std::vector<std::string>& c
 
 std::string header(uint32_t size, uint16_t parts, uint8_t code) {
     std::string bytes(robocomm::kHeaderSize, '\0');
-    robocomm::writeHeader({size, parts, 1, code, robocomm::kKindAnswer}, reinterpret_cast<unsigned char*>(bytes.data()));
+    robocomm::writeHeader({size, parts, 1, code, robocomm::kKindAnswer},
+                          reinterpret_cast<unsigned char*>(bytes.data()));
     return bytes;
 }
 
@@ -176,7 +178,8 @@ TEST(Client, AFirmwareImageTheRobotRefusesExitsWithStatusOne) {
     const robotest::TempDir folder;
     std::ofstream(folder.path() + "/firmware.bin") << "x";
     const std::string verdict = R"({"Response":{"Set":{"OTA":{"result":false}}}})";
-    const ClientRun result = answeredBy(header(verdict.size(), 1, 81) + verdict, {"ota", folder.path() + "/firmware.bin"});
+    const ClientRun result =
+        answeredBy(header(verdict.size(), 1, 81) + verdict, {"ota", folder.path() + "/firmware.bin"});
     EXPECT_EQ(result.status, 1);
     EXPECT_NE(result.out.find("REFUSED by the robot"), std::string::npos) << result.out;
     EXPECT_EQ(result.err, "robocomm-client: the robot refused the firmware image\n");

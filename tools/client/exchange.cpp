@@ -31,8 +31,9 @@ constexpr Millis kReconnectPause{1000};
 bool saveData(Json::Value& document, const std::string& path) {
     Json::Value& answers = document["Response"]["Get"];
     for (const std::string& name : answers.getMemberNames()) {
-        if (!answers[name].isObject() || !answers[name].isMember("data") || !answers[name]["data"].isString()) continue;
-        Json::Value& data = answers[name]["data"];
+        Json::Value& answer = answers[name];
+        if (!answer.isObject() || !answer.isMember("data") || !answer["data"].isString()) continue;
+        Json::Value& data = answer["data"];
         const std::vector<unsigned char> bytes = base64Decode(data.asString());
         writeWholeFile(path, std::string(bytes.begin(), bytes.end()));
         data = "<" + std::to_string(bytes.size()) + " bytes saved to " + (path == "-" ? "stdout" : path) + ">";
@@ -72,12 +73,12 @@ void watchConnected(const Settings& settings, const Output& out, Clock::time_poi
         }
         const auto until = std::min({end, nextBeat, Clock::now() + kWatchTick});
         const auto message = link.receive(Deadline::after(std::chrono::ceil<Millis>(until - Clock::now())));
-        if (!message || message->kind != kKindPush) continue;
-        const CommandSpec* command = robocomm::findCommand(message->code);
+        const CommandSpec* command = message ? robocomm::findCommand(message->code) : nullptr;
+        if (!command || message->kind != kKindPush) continue;
         Json::Value details;
         details["time"] = timeOfDay(true);
-        const Json::Value push = link.document(*message);
-        if (command) out.answer(*command, push, std::cout, details, timeOfDay(false) + " push " + std::to_string(command->code) + " ");
+        const std::string prefix = timeOfDay(false) + " push " + std::to_string(command->code) + " ";
+        out.answer(*command, link.document(*message), std::cout, details, prefix);
         // Only this connection can acknowledge: the robot serves one client.
         if (settings.acknowledge && message->code == kErrorCode) {
             link.sendCommand(kErrorCode, acknowledgement);

@@ -76,32 +76,29 @@ std::string readable(const Json::Value& document) {
     return out;
 }
 
+// {"name":...,"code":...,"<what>":...,details...}: the members in the
+// order a reader looks for them, which a Json::Value would sort away.
+std::string jsonLine(const CommandSpec& command, const char* what, const Json::Value& value,
+                     const Json::Value& details) {
+    std::string line = "{\"name\":" + quoted(kebabName(command)) + ",\"code\":" + std::to_string(command.code) +
+                       "," + quoted(what) + ":" + compactJson(value);
+    for (auto member = details.begin(); member != details.end(); ++member)
+        line += "," + quoted(member.name()) + ":" + compactJson(*member);
+    return line + "}";
+}
+
 }  // namespace
 
 void Output::answer(const CommandSpec& command, const Json::Value& document, std::ostream& to,
                     const Json::Value& details, const std::string& prefix) const {
-    if (!json_) {
-        to << prefix << readable(document) << std::flush;
-        return;
-    }
-    Json::Value line = details.isObject() ? details : Json::Value(Json::objectValue);
-    line["name"] = kebabName(command);
-    line["code"] = command.code;
-    line["answer"] = document;
-    to << compactJson(line) << std::endl;
+    if (json_) to << jsonLine(command, "answer", document, details) << std::endl;
+    else to << prefix << readable(document) << std::flush;
 }
 
 void Output::outcome(const CommandSpec& command, const std::string& outcome, const Json::Value& details,
                      const std::string& readable, std::ostream& to) const {
-    if (!json_) {
-        to << readable << std::endl;
-        return;
-    }
-    Json::Value line = details.isObject() ? details : Json::Value(Json::objectValue);
-    line["name"] = kebabName(command);
-    line["code"] = command.code;
-    line["outcome"] = outcome;
-    to << compactJson(line) << std::endl;
+    if (json_) to << jsonLine(command, "outcome", outcome, details) << std::endl;
+    else to << readable << std::endl;
 }
 
 void Output::note(const std::string& text) const {

@@ -86,7 +86,8 @@ Connection::Connection(const std::string& host, uint16_t port, Millis patience) 
         if (fd_ < 0) err = errno;
     }
     checkInterrupt();
-    if (fd_ < 0) throw Failure(Exit::Unreachable, "cannot connect to " + endpoint(host, port) + ": " + std::strerror(err));
+    if (fd_ < 0)
+        throw Failure(Exit::Unreachable, "cannot connect to " + endpoint(host, port) + ": " + std::strerror(err));
 }
 
 Connection::~Connection() { ::close(fd_); }
