@@ -118,6 +118,30 @@ async function browserSession(page, url) {
   await page.locator('#raw-answer', { hasText: 'DEMO-0001' }).waitFor({ timeout: STEP_MS });
 }
 
+// What a script sees of the API beside the page.
+async function apiAnswers(base) {
+  const post = (path, body) => fetch(`${base}${path}`, { method: 'POST', body });
+  const outside = await post('/api/set/target-position', '[9, 9, 0]');
+  assert.equal(outside.status, 422, 'a target outside the room is refused');
+  assert.match((await outside.json()).error, /refused/);
+  assert.equal((await post('/api/set/target-position', '["x", 1, 0]')).status, 400);
+  assert.equal((await post('/api/get/no-such-thing', '[]')).status, 404);
+  const map = await fetch(`${base}/api/map.png`);
+  const png = Buffer.from(await map.arrayBuffer());
+  assert.equal(png.subarray(1, 4).toString(), 'PNG');
+  assert.deepEqual([png.readUInt32BE(16), png.readUInt32BE(20)], [64, 64], 'the map is 64 cells square');
+  assert.equal(map.headers.get('Cache-Control'), 'no-cache');
+}
+
+// The page says when the robot goes away, and the console reconnects.
+async function robotRestarts(page, host) {
+  host.kill('SIGTERM');
+  await page.locator('#banner', { hasText: 'unreachable' }).waitFor({ timeout: STEP_MS });
+  await startHost();
+  await page.locator('#link-state', { hasText: 'connected' }).waitFor({ timeout: STEP_MS });
+  assert.ok(await page.locator('#banner').isHidden());
+}
+
 // A second console, with a token, finds the robot held by the first.
 async function heldRobotAndToken(port) {
   const base = `http://127.0.0.1:${port}`;
@@ -132,8 +156,10 @@ async function heldRobotAndToken(port) {
   assert.equal(status, 409, 'a robot held by another client answers 409');
 }
 
+const startHost = () => start(process.env.DEMO_HOST, ['--run-dir', join(work, 'robot')], 'demo host: serving');
+
 try {
-  await start(process.env.DEMO_HOST, ['--run-dir', join(work, 'robot')], 'demo host: serving');
+  const host = await startHost();
   const port = await freePort();
   await start(process.env.CONSOLE, ['--listen', `127.0.0.1:${port}`], 'open http://');
   const context = await chromium.launchPersistentContext(join(work, 'profile'), {
@@ -160,6 +186,8 @@ try {
     page.on('pageerror', (error) => problems.push(error.message));
     await browserSession(page, `http://127.0.0.1:${port}/`);
     await page.screenshot({ path: process.env.SCREENSHOT, fullPage: true });
+    await apiAnswers(`http://127.0.0.1:${port}`);
+    await robotRestarts(page, host);
     assert.deepEqual(problems, [], 'the page ran without script errors');
   } finally {
     await context.close();
