@@ -4,6 +4,7 @@
 # through a short session with the operator client.
 #   scripts/demo.sh
 #   scripts/demo.sh --console   the robot in the web console instead, until Ctrl-C
+#                               (on $ROBOCOMM_CONSOLE_LISTEN, default 127.0.0.1:8080)
 source "$(dirname "${BASH_SOURCE[0]}")/setup.sh"
 
 operator=robocomm-client
