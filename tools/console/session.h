@@ -49,9 +49,6 @@ public:
     // for a command the robot does not answer.
     Json::Value request(const CommandSpec& command, const std::string& document);
 
-    // Hands a message that came between two answers to the event stream.
-    void dispatch(tools::Link& link, const tools::Message& message);
-
 private:
     struct Job {
         Work work;
@@ -61,6 +58,8 @@ private:
     enum class LinkState { Connecting, Up, Down, Held };
 
     void loop();
+    // Hands a message that came between two answers to the event stream.
+    void dispatch(tools::Link& link, const tools::Message& message);
     void connect();
     void identify();
     void pollNext();

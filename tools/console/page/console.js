@@ -11,6 +11,7 @@ const LINK_TEXT = {
   connecting: 'connecting…',
   down: 'robot unreachable',
   held: 'robot busy',
+  console: 'console unreachable',
 };
 
 let linkUp = false;
@@ -76,6 +77,7 @@ function showLink({ state, reason, robot }) {
   const banner = {
     down: `The robot at ${robot} is unreachable (${reason}). The console keeps trying.`,
     held: `Another client holds the robot at ${robot}: it serves one client at a time. The console keeps trying.`,
+    console: 'The console does not answer. The page keeps trying.',
   }[state];
   $('banner').hidden = !banner;
   $('banner').textContent = banner ?? '';
@@ -110,7 +112,7 @@ function showErrors(list) {
   $('acknowledge').disabled = errors.length === 0;
 }
 
-subscribe({
+const stream = subscribe({
   link: showLink,
   'software-version': ({ version }) => ($('version').textContent = version),
   'robot-info': ({ serialNumber }) => ($('serial').textContent = serialNumber),
@@ -134,6 +136,9 @@ subscribe({
   },
   log: ({ got, total }) => ($('log-state').textContent = `${Math.floor((got * 100) / total)} % received`),
 });
+
+// The browser reconnects by itself; the console then sends the link state anew.
+stream.addEventListener('error', () => showLink({ state: 'console' }));
 
 $('emergency-stop').addEventListener('click', () => order('Emergency stop', 'set/emergency-stop'));
 $('recovery').addEventListener('click', () => order('Recovery', 'set/recovery'));
