@@ -10,11 +10,11 @@ import { mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import { createRequire } from 'node:module';
 import { createServer } from 'node:net';
 import { tmpdir } from 'node:os';
-import { join } from 'node:path';
+import { join, resolve } from 'node:path';
 import { gunzipSync } from 'node:zlib';
 import assert from 'node:assert/strict';
 
-const { chromium } = createRequire(join(process.env.MODULES, 'package.json'))('playwright-core');
+const { chromium } = createRequire(resolve(process.env.MODULES, 'package.json'))('playwright-core');
 const STEP_MS = 20000;
 const work = mkdtempSync(join(tmpdir(), 'robocomm-browser-'));
 const children = [];
