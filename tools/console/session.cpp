@@ -18,16 +18,21 @@ const char* const kPolls[] = {"position", "battery-status-v2", "position", "robo
                               "position", "target-position",   "position", "docking-status"};
 // Asked once per connection.
 const char* const kIdentity[] = {"software-version", "robot-info"};
-// Between the answer to one poll and the next poll: leaves the link free
-// for the browsers' requests most of the time.
+// Between the answer to one poll and the next: about five answers a second
+// are plenty for the page, and the robot's control loop has other work.
 constexpr Millis kPollGap{100};
 // How long the thread listens for pushes before it looks for work again.
 constexpr Millis kListenSlice{50};
 constexpr Millis kReconnectPause{1000};
 
-const char* stateName(int state) {
-    static const char* const names[] = {"connecting", "up", "down", "held"};
-    return names[state];
+const char* stateName(Session::LinkState state) {
+    switch (state) {
+        case Session::LinkState::Connecting: return "connecting";
+        case Session::LinkState::Up: return "up";
+        case Session::LinkState::Down: return "down";
+        case Session::LinkState::Held: return "held";
+    }
+    return "";
 }
 
 }  // namespace
@@ -192,7 +197,7 @@ void Session::setState(LinkState state, const std::string& reason) {
     state_ = state;
     reason_ = reason;
     Json::Value link;
-    link["state"] = stateName(static_cast<int>(state));
+    link["state"] = stateName(state);
     link["reason"] = reason;
     link["robot"] = options_.host + ":" + std::to_string(options_.port);
     events_.publish("link", link, true);

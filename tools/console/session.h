@@ -38,6 +38,9 @@ public:
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
+    // As the event stream names it: "connecting", "up", "down", "held".
+    enum class LinkState { Connecting, Up, Down, Held };
+
     using Work = std::function<void(tools::Link&)>;
     // Runs `work` on the link's thread and rethrows what it threw. Throws
     // Failure(Unreachable) while the link is down, RobotHeld while another
@@ -55,7 +58,6 @@ private:
         std::promise<void> done;
         tools::Clock::time_point startBy;
     };
-    enum class LinkState { Connecting, Up, Down, Held };
 
     void loop();
     // Hands a message that came between two answers to the event stream.
