@@ -3,7 +3,10 @@
 set -euo pipefail
 
 ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-PACKAGES=(g++ cmake make pkg-config libjsoncpp-dev libssl-dev libcpp-httplib-dev libpng-dev libgtest-dev libbenchmark-dev tar gzip python3 binutils)
+PACKAGES=(g++ cmake make pkg-config libjsoncpp-dev libssl-dev libcpp-httplib-dev libpng-dev libgtest-dev libbenchmark-dev valgrind tar gzip python3 binutils dpkg-dev)
+# The aarch64 build adds these (scripts/test.sh --arch aarch64): the cross
+# compiler, the emulator its programs run in, the target's libraries.
+AARCH64_PACKAGES=(g++-aarch64-linux-gnu qemu-user libjsoncpp-dev:arm64 libssl-dev:arm64 libgtest-dev:arm64)
 
 install_missing_packages() {
   local missing=()
@@ -14,6 +17,11 @@ install_missing_packages() {
   echo "Installing ${missing[*]}"
   local sudo=""
   [ "$(id -u)" -eq 0 ] || sudo=sudo
+  # A package of another architecture (NAME:ARCH) needs that architecture enabled.
+  local arch
+  for arch in $(printf '%s\n' "${missing[@]}" | sed -n 's/^.*://p' | sort -u); do
+    dpkg --print-foreign-architectures | grep -qx "$arch" || $sudo dpkg --add-architecture "$arch"
+  done
   $sudo apt-get update -qq
   DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq "${missing[@]}" >/dev/null
 }

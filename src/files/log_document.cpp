@@ -7,6 +7,28 @@
 #include "robocomm/files.h"
 #include "robocomm/security.h"
 
+namespace {
+
+// The document's text, with the base64 archive written from the document
+// itself into the place of an empty "data" string rather than copied through
+// the writer.
+void writeLogText(std::ofstream& file, Json::Value& document) {
+    Json::Value& data = document["Response"]["Get"]["LogData"]["data"];
+    Json::Value encoded("");
+    encoded.swap(data);
+    const std::string text = robocomm::writeDocument(document);
+    encoded.swap(data);
+    const char* begin = nullptr;
+    const char* end = nullptr;
+    data.getString(&begin, &end);
+    const size_t at = robocomm::emptyDataEnd(text);
+    file.write(text.data(), static_cast<std::streamsize>(at));
+    file.write(begin, end - begin);
+    file.write(text.data() + at, static_cast<std::streamsize>(text.size() - at));
+}
+
+}  // namespace
+
 Json::Value createJsonLogData(const std::string& name, const unsigned char* data, unsigned long length) {
     const std::string encoded = base64Encode(data, length);
     const std::string digest = calculateSHA256(std::string(reinterpret_cast<const char*>(data), length));
@@ -26,7 +48,7 @@ Json::Value createJsonLogDataFile(const std::string& name, const unsigned char* 
         std::cerr << "JSON 파일을 저장할 수 없습니다: " << outputPath << std::endl;
         return document;
     }
-    file << robocomm::writeDocument(document);
+    writeLogText(file, document);
     file.close();
     std::cout << "JSON 파일 생성 완료: " << outputPath << std::endl;
     return document;

@@ -43,12 +43,16 @@ void handleOTA(const CommandSpec& command, const Inbound& in) {
 
 void handleOTAdata(const CommandSpec& command, const Inbound& in) {
     std::cout << "setOTADataIdx " << std::endl;
-    bool verified = false;
+    std::string data;
+    std::string checksum;
     {
         std::lock_guard<std::mutex> lock(mailboxMutex());
         fillParams(command, in.root);
-        verified = verifySHA256(globalOTAdata.data, globalOTAdata.checksum);
+        data = globalOTAdata.data;
+        checksum = globalOTAdata.checksum;
     }
+    // Hashing a large text takes long: the host's polls must not wait for it.
+    const bool verified = verifySHA256(data, checksum);
     std::cout << "OTA Data : " << (verified ? "Pass" : "Fail") << std::endl;
     if (!verified) {
         resSetOTAdata(0, 15);

@@ -1,7 +1,7 @@
 // The command parser: one inbound message into its mailbox.
 #include <iostream>
+#include <memory>
 #include <mutex>
-#include <sstream>
 
 #include <json/reader.h>
 
@@ -25,7 +25,7 @@ struct StoreParam {
     void operator()(std::string* field) const { *field = value.asCString(); }
 };
 
-std::string plainBody(const std::string& body) {
+std::string plainBody(std::string body) {
     if (enableEnc == 0) {
         return body;
     }
@@ -39,10 +39,11 @@ std::string plainBody(const std::string& body) {
 }  // namespace
 
 bool parseDocument(const std::string& text, Json::Value& root) {
-    Json::CharReaderBuilder builder;
+    // One reader per thread, made once: a reader is not safe to share, and the
+    // host may read the map-edit file while the receive thread parses.
+    thread_local const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
     std::string errors;
-    std::istringstream stream(text);
-    if (Json::parseFromStream(builder, stream, &root, &errors)) {
+    if (reader->parse(text.data(), text.data() + text.size(), &root, &errors)) {
         return true;
     }
     std::cout << "Failed to parse JSON: " << errors << std::endl;
@@ -73,8 +74,7 @@ void parseData(const std::string& message) {
     using namespace robocomm;
     const auto code = static_cast<uint8_t>(message[0]);
     // Throws std::out_of_range for an empty message; the receive loop reports it.
-    const std::string body = message.substr(1);
-    const std::string text = plainBody(body);
+    const std::string text = plainBody(message.substr(1));
     // A document that does not parse still lets the command through.
     Json::Value root;
     parseDocument(text, root);

@@ -11,13 +11,17 @@ constexpr const char* kReceiveSeparator = "*************************************
 // TCP senders (standard output).
 constexpr const char* kSendSeparator = "*************************************************************";
 
-// One line, written and flushed in a single write when the object goes away,
-// so that the receive thread and the host's senders never interleave in mid
-// line. Numbers follow the stream's current base (hexadecimal once a jig
-// message has switched standard output).
+// One line, or a packet's group of lines joined by '\n', written and flushed
+// in a single write when the object goes away, so that the receive thread and
+// the host's senders never interleave in mid line. Numbers follow the
+// stream's current base (hexadecimal once a jig message has switched standard
+// output) and the locale the host gave it.
 class LogLine {
 public:
-    explicit LogLine(std::ostream& stream) : stream_(stream) { text_.flags(stream.flags()); }
+    explicit LogLine(std::ostream& stream) : stream_(stream) {
+        text_.flags(stream.flags());
+        text_.imbue(stream.getloc());
+    }
     LogLine(const LogLine&) = delete;
     LogLine& operator=(const LogLine&) = delete;
     ~LogLine() {

@@ -51,7 +51,9 @@ bool beginTransfer(Connection& connection, const unsigned char* data, size_t len
     std::memcpy(connection.otaDigest.data(), data + kHeaderSize, std::min(length - kHeaderSize, kDigestSize));
     // Total parts only marks the transfer as under way.
     connection.expectedParts = totalParts;
-    // A buffer left by an interrupted transfer is not released here.
+    // An interrupted transfer leaves its buffer behind on purpose; once a new
+    // transfer replaces packetData nothing can reach it any more.
+    std::free(packetData);
     packetData = static_cast<unsigned char*>(std::malloc(connection.expectedSize));
     if (packetData == nullptr) {
         std::printf("메모리 할당 실패!\n");

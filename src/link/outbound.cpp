@@ -5,8 +5,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include "link/log_lines.h"
-
 namespace robocomm {
 
 namespace {
@@ -26,24 +24,26 @@ Slice chunkSlice(size_t part, size_t payloadSize) {
     return {static_cast<long long>(start), static_cast<long long>(end)};
 }
 
-std::vector<unsigned char> chunkFrame(const unsigned char* payload, size_t payloadSize, size_t part, size_t parts,
-                                      char identifier, char object) {
-    std::vector<unsigned char> frame(kMaxFrame, 0);
+std::unique_ptr<unsigned char[]> chunkFrameBuffer(size_t payloadSize) {
+    return std::unique_ptr<unsigned char[]>(new unsigned char[kHeaderSize + std::min(payloadSize, kChunkPayload)]);
+}
+
+void fillChunkFrame(unsigned char* frame, const unsigned char* payload, size_t payloadSize, size_t part, size_t parts,
+                    char identifier, char object) {
     const FrameHeader header{static_cast<uint32_t>(payloadSize), static_cast<uint16_t>(parts),
                              static_cast<uint16_t>(part), static_cast<uint8_t>(identifier),
                              static_cast<uint8_t>(object)};
-    writeHeader(header, frame.data());
+    writeHeader(header, frame);
     const Slice slice = chunkSlice(part, payloadSize);
-    if (slice.length() > 0) std::memcpy(frame.data() + kHeaderSize, payload + slice.start, slice.length());
-    return frame;
+    if (slice.length() > 0) std::memcpy(frame + kHeaderSize, payload + slice.start, slice.length());
 }
 
-void logPacket(const PacketInfo& info) {
-    logOut() << "Sending part " << info.part << " of " << info.parts;
-    logOut() << "Start index: " << info.slice.start << ", End index: " << info.slice.end;
-    logOut() << "Packet length: " << info.packetLength;
-    logOut() << "Identifier: " << byteValue(info.identifier);
-    logOut() << "Object: " << byteValue(info.object);
+void logPacket(LogLine& log, const PacketInfo& info) {
+    log << "Sending part " << info.part << " of " << info.parts << '\n';
+    log << "Start index: " << info.slice.start << ", End index: " << info.slice.end << '\n';
+    log << "Packet length: " << info.packetLength << '\n';
+    log << "Identifier: " << byteValue(info.identifier) << '\n';
+    log << "Object: " << byteValue(info.object);
 }
 
 void pacePacket() { usleep(kPacketPauseMicros); }

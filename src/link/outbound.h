@@ -3,9 +3,10 @@
 #pragma once
 
 #include <cstddef>
-#include <vector>
+#include <memory>
 
 #include "link/frame.h"
+#include "link/log_lines.h"
 
 namespace robocomm {
 
@@ -30,12 +31,15 @@ struct PacketInfo {
 // bytes (k-1)*32768 up to k*32768.
 size_t chunkCount(size_t payloadSize);
 Slice chunkSlice(size_t part, size_t payloadSize);
-// A zero-filled frame of the full 32778 bytes holding the header and the slice.
-std::vector<unsigned char> chunkFrame(const unsigned char* payload, size_t payloadSize, size_t part, size_t parts,
-                                      char identifier, char object);
+// One buffer serves every frame of a message: room for the header and the
+// largest slice. Left uninitialised, as every byte sent is written first.
+std::unique_ptr<unsigned char[]> chunkFrameBuffer(size_t payloadSize);
+// Writes the header and the slice of `part` into `frame`.
+void fillChunkFrame(unsigned char* frame, const unsigned char* payload, size_t payloadSize, size_t part, size_t parts,
+                    char identifier, char object);
 
-// The "Sending part" to "Object: " lines on standard output.
-void logPacket(const PacketInfo& info);
+// The "Sending part" to "Object: " lines, the last without its line end.
+void logPacket(LogLine& log, const PacketInfo& info);
 // Every sent packet is followed by this pause: the link's rate limit.
 void pacePacket();
 

@@ -4,10 +4,8 @@
 
 namespace robocomm {
 
-// exit() would run the destructor of a still-joinable receiverThread, which
-// terminates the process (status 134) instead of ending it with status 1, and
-// the receive thread itself is one of the callers. So this flushes what exit()
-// would have flushed and leaves directly.
+// Ends the process with status 1 through exit(), so that the host's atexit
+// handlers run, unless receiverThread is still joinable.
 [[noreturn]] void endProcess();
 
 }  // namespace robocomm

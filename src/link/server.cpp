@@ -1,12 +1,15 @@
 // Server lifecycle and the receive thread: one client at a time on port
 // 10001, polled without blocking, each read taken as one frame.
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <condition_variable>
 #include <cstdio>
 #include <exception>
+#include <mutex>
 #include <vector>
 
 #include "link/log_lines.h"
@@ -24,29 +27,86 @@ constexpr useconds_t kPollPauseMicros = 100000;
 // 52nd (about 5.2 s of silence) clears it.
 constexpr int kEmptyPollsKept = 50;
 
-[[noreturn]] void abandonSetup(const char* reason) {
+// A peer that vanishes without closing (radio gone, tablet asleep) must not
+// hold the only client slot for ever: keepalive probes after 10 s of silence,
+// every 5 s, and the unacknowledged-data limit both give up after about 30 s,
+// so recv fails and the loop accepts the next client. Nothing changes on the
+// wire while the peer answers. Best effort: without these the link still works.
+constexpr int kKeepaliveIdleSeconds = 10;
+constexpr int kKeepaliveIntervalSeconds = 5;
+constexpr int kKeepaliveProbes = 4;
+constexpr unsigned kUnacknowledgedLimitMillis = 30000;
+
+// The listening socket this thread opened. sockfd may name another
+// descriptor when the server stops (the UDP sender reuses the global, and it
+// is 0 before the first start), so only this one is ever shut down. Whoever
+// takes it out of here closes it, so it is closed exactly once.
+std::mutex listenerLock;
+int listener = -1;
+
+// start_server returns only once the thread has raised `running`, so that a
+// stop requested right after the start cannot be overwritten by that store.
+std::mutex startLock;
+std::condition_variable startSignal;
+bool runningRaised = false;
+
+void raiseRunning() {
+    std::lock_guard<std::mutex> lock(startLock);
+    running = true;
+    runningRaised = true;
+    startSignal.notify_all();
+}
+
+[[noreturn]] void abandonSetup(const char* reason, int fd) {
     perror(reason);
-    close(sockfd);
+    close(fd);
     robocomm::endProcess();
 }
 
-void openListeningSocket() {
-    sockfd = socket(AF_INET, SOCK_STREAM, 0);
-    if (sockfd < 0) {
+// Set up on a local descriptor and published only once listening, so that a
+// stop arriving meanwhile finds nothing half-made to close.
+int openListeningSocket() {
+    const int fd = socket(AF_INET, SOCK_STREAM, 0);
+    if (fd < 0) {
         perror("소켓 생성 실패");
         robocomm::endProcess();
     }
     robocomm::logOut() << "setsockopt start";
     const int reuse = 1;
-    if (setsockopt(sockfd, SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse) < 0) abandonSetup("setsockopt 실패");
+    if (setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse) < 0) abandonSetup("setsockopt 실패", fd);
     robocomm::logOut() << "bind start";
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_ANY);
     address.sin_port = htons(kServerPort);
-    if (bind(sockfd, reinterpret_cast<sockaddr*>(&address), sizeof address) < 0) abandonSetup("바인드 실패");
+    if (bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) < 0) abandonSetup("바인드 실패", fd);
     robocomm::logOut() << "listen start";
-    if (listen(sockfd, kListenBacklog) < 0) abandonSetup("리스닝 실패");
+    if (listen(fd, kListenBacklog) < 0) abandonSetup("리스닝 실패", fd);
+    return fd;
+}
+
+void publishListener(int fd) {
+    std::lock_guard<std::mutex> lock(listenerLock);
+    listener = fd;
+    sockfd = fd;
+}
+
+// Closes the listening socket unless stopServer already took it.
+void releaseListener() {
+    std::lock_guard<std::mutex> lock(listenerLock);
+    if (listener < 0) return;
+    if (sockfd == listener) sockfd = -1;
+    close(listener);
+    listener = -1;
+}
+
+void watchForVanishedPeer(int fd) {
+    const int on = 1;
+    setsockopt(fd, SOL_SOCKET, SO_KEEPALIVE, &on, sizeof on);
+    setsockopt(fd, IPPROTO_TCP, TCP_KEEPIDLE, &kKeepaliveIdleSeconds, sizeof kKeepaliveIdleSeconds);
+    setsockopt(fd, IPPROTO_TCP, TCP_KEEPINTVL, &kKeepaliveIntervalSeconds, sizeof kKeepaliveIntervalSeconds);
+    setsockopt(fd, IPPROTO_TCP, TCP_KEEPCNT, &kKeepaliveProbes, sizeof kKeepaliveProbes);
+    setsockopt(fd, IPPROTO_TCP, TCP_USER_TIMEOUT, &kUnacknowledgedLimitMillis, sizeof kUnacknowledgedLimitMillis);
 }
 
 // Drops the partial message, between separators; `note` names the reason.
@@ -113,16 +173,21 @@ bool serveClient(std::vector<unsigned char>& buffer) {
         }
     }
     robocomm::logErr() << "Closing client connection";
-    close(clientfd);
+    // Cleared before the close: an answer sent from now on reports "Invalid
+    // client socket" instead of landing in whatever the host opens next
+    // under the same number.
+    const int closing = clientfd;
+    clientfd = -1;
+    close(closing);
     return true;
 }
 
 }  // namespace
 
 void receiveData() {
-    running = true;
+    raiseRunning();
     robocomm::logErr() << "receiveData start";
-    openListeningSocket();
+    publishListener(openListeningSocket());
     std::vector<unsigned char> buffer(robocomm::kMaxFrame);
     while (running) {
         robocomm::logOut() << "Waiting for connection...";
@@ -133,22 +198,29 @@ void receiveData() {
             continue;
         }
         robocomm::logOut() << "Client connected";
+        watchForVanishedPeer(clientfd);
         // An allocation failure of the firmware buffer ends the thread on the
         // spot, leaving both sockets open.
         if (!serveClient(buffer)) return;
     }
     robocomm::logErr() << "Closing server socket";
-    close(sockfd);
+    releaseListener();
 }
 
 void stopServer() {
     running = false;
-    if (sockfd < 0) return;
-    // Closing a socket does not wake a thread blocked in accept on Linux;
-    // shutting it down does, so the receive loop sees its accept fail.
-    shutdown(sockfd, SHUT_RDWR);
-    close(sockfd);
+    std::lock_guard<std::mutex> lock(listenerLock);
+    const int fd = sockfd;
     sockfd = -1;
+    if (listener >= 0) {
+        // Closing a socket does not wake a thread blocked in accept on Linux;
+        // shutting it down does, so the receive loop sees its accept fail.
+        shutdown(listener, SHUT_RDWR);
+        if (listener != fd) close(listener);
+        listener = -1;
+    }
+    if (fd < 0) return;
+    close(fd);
     robocomm::logErr() << "Server stopped";
 }
 
@@ -156,7 +228,10 @@ void start_server() {
     generateKeyAndIV(password, key, iv);
     // A second start without a stop ends the process, deliberately.
     if (receiverThread.joinable()) std::terminate();
+    std::unique_lock<std::mutex> lock(startLock);
+    runningRaised = false;
     receiverThread = std::thread(receiveData);
+    startSignal.wait(lock, [] { return runningRaised; });
 }
 
 void stop_server() {

@@ -6,7 +6,7 @@
 
 #include <cstdio>
 
-#include "link/log_lines.h"
+#include "link/peer.h"
 #include "robocomm/link.h"
 
 int SetNonBlockingMode(int fd) {
@@ -14,15 +14,27 @@ int SetNonBlockingMode(int fd) {
     return fcntl(fd, F_SETFL, flags | O_NONBLOCK);
 }
 
+namespace robocomm {
+
+bool lookUpPeer(int fd, Peer& peer) {
+    sockaddr_in address{};
+    socklen_t length = sizeof address;
+    if (getpeername(fd, reinterpret_cast<sockaddr*>(&address), &length) != 0) return false;
+    inet_ntop(AF_INET, &address.sin_addr, peer.address, sizeof peer.address);
+    peer.port = ntohs(address.sin_port);
+    return true;
+}
+
+void logPeer(LogLine& log, const Peer& peer) { log << "Peer IP: " << peer.address << '\n' << "Peer Port: " << peer.port; }
+
+}  // namespace robocomm
+
 void print_peer_info(int fd) {
-    sockaddr_in peer{};
-    socklen_t length = sizeof peer;
-    if (getpeername(fd, reinterpret_cast<sockaddr*>(&peer), &length) != 0) {
+    robocomm::Peer peer{};
+    if (!robocomm::lookUpPeer(fd, peer)) {
         perror("getpeername failed");
         return;
     }
-    char address[INET_ADDRSTRLEN] = {};
-    inet_ntop(AF_INET, &peer.sin_addr, address, sizeof address);
-    robocomm::logOut() << "Peer IP: " << address;
-    robocomm::logOut() << "Peer Port: " << ntohs(peer.sin_port);
+    auto log = robocomm::logOut();
+    robocomm::logPeer(log, peer);
 }

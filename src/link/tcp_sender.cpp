@@ -3,6 +3,7 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <stdexcept>
@@ -10,6 +11,7 @@
 
 #include "link/log_lines.h"
 #include "link/outbound.h"
+#include "link/peer.h"
 #include "robocomm/link.h"
 #include "robocomm/security.h"
 
@@ -28,13 +30,33 @@ bool haveClient() {
     return false;
 }
 
+// Logs the packet's lines and the peer's in one write: the peer lookup comes
+// first, its failure reported after the lines as when each line was flushed
+// on its own.
+void logPacketAndPeer(const PacketInfo& info) {
+    robocomm::Peer peer{};
+    const bool known = robocomm::lookUpPeer(clientfd, peer);
+    const int lookupError = errno;
+    {
+        auto log = robocomm::logOut();
+        log << robocomm::kSendSeparator << '\n';
+        robocomm::logPacket(log, info);
+        log << '\n' << robocomm::kSendSeparator;
+        if (known) {
+            log << '\n';
+            robocomm::logPeer(log, peer);
+        }
+    }
+    if (!known) {
+        errno = lookupError;
+        perror("getpeername failed");
+    }
+}
+
 // Logs, sends and paces one packet. False when the send failed: the rest of
 // the message is then abandoned.
 bool sendPacket(const unsigned char* packet, const PacketInfo& info) {
-    robocomm::logOut() << robocomm::kSendSeparator;
-    robocomm::logPacket(info);
-    robocomm::logOut() << robocomm::kSendSeparator;
-    print_peer_info(clientfd);
+    logPacketAndPeer(info);
     // A short write is neither detected nor completed, as the client expects
     // one frame per send.
     if (send(clientfd, packet, static_cast<size_t>(info.packetLength), 0) < 0) {
@@ -69,19 +91,23 @@ std::vector<unsigned char> streamHead(const unsigned char* payload, long long pa
 void sendLargeJsonData(const std::string& text, char identifier, char object) {
     robocomm::logOut() << "sendLargeJsonData #1";
     if (!haveClient()) return;
-    std::vector<unsigned char> payload;
-    if (enableEnc)
-        encryptData(text, payload, key, iv);
-    else
-        payload.assign(text.begin(), text.end());
+    std::vector<unsigned char> cipher;
+    const auto* payload = reinterpret_cast<const unsigned char*>(text.data());
+    size_t payloadSize = text.size();
+    if (enableEnc) {
+        encryptData(text, cipher, key, iv);
+        payload = cipher.data();
+        payloadSize = cipher.size();
+    }
 
-    const size_t parts = robocomm::chunkCount(payload.size());
+    const size_t parts = robocomm::chunkCount(payloadSize);
+    const auto frame = robocomm::chunkFrameBuffer(payloadSize);
     for (size_t part = 1; part <= parts; ++part) {
-        const auto frame = robocomm::chunkFrame(payload.data(), payload.size(), part, parts, identifier, object);
-        const Slice slice = robocomm::chunkSlice(part, payload.size());
+        robocomm::fillChunkFrame(frame.get(), payload, payloadSize, part, parts, identifier, object);
+        const Slice slice = robocomm::chunkSlice(part, payloadSize);
         const PacketInfo info{static_cast<long long>(part), static_cast<long long>(parts), slice,
                               slice.length() + static_cast<long long>(robocomm::kHeaderSize), identifier, object};
-        if (!sendPacket(frame.data(), info)) return;
+        if (!sendPacket(frame.get(), info)) return;
     }
     robocomm::logOut() << "Large JSON data sent to client";
 }

@@ -49,13 +49,17 @@ void sendLargeData(const std::vector<unsigned char>& data, char identifier, char
     const sockaddr_in jig = jigAddress();
 
     const size_t parts = robocomm::chunkCount(data.size());
+    const auto frame = robocomm::chunkFrameBuffer(data.size());
     for (size_t part = 1; part <= parts; ++part) {
-        const auto frame = robocomm::chunkFrame(data.data(), data.size(), part, parts, identifier, object);
+        robocomm::fillChunkFrame(frame.get(), data.data(), data.size(), part, parts, identifier, object);
         const robocomm::Slice slice = robocomm::chunkSlice(part, data.size());
         const long long length = slice.length() + static_cast<long long>(robocomm::kHeaderSize);
-        robocomm::logPacket({static_cast<long long>(part), static_cast<long long>(parts), slice, length, identifier,
-                             object});
-        if (sendto(sockfd, frame.data(), static_cast<size_t>(length), MSG_CONFIRM,
+        {
+            auto log = robocomm::logOut();
+            robocomm::logPacket(log, {static_cast<long long>(part), static_cast<long long>(parts), slice, length,
+                                      identifier, object});
+        }
+        if (sendto(sockfd, frame.get(), static_cast<size_t>(length), MSG_CONFIRM,
                    reinterpret_cast<const sockaddr*>(&jig), sizeof jig) < 0) {
             perror("sendto failed");
             close(sockfd);

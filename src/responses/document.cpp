@@ -2,14 +2,66 @@
 
 #include <json/writer.h>
 
+#include <memory>
+#include <ostream>
+#include <streambuf>
+
 #include "link/frame.h"
 #include "robocomm/link.h"
 
 namespace robocomm {
 
+namespace {
+
+// Passes what the writer streams straight into the text being built, which
+// is then returned as it is instead of copied out of a string stream.
+class TextSink : public std::streambuf {
+public:
+    void target(std::string* text) { text_ = text; }
+
+protected:
+    int_type overflow(int_type c) override {
+        if (!traits_type::eq_int_type(c, traits_type::eof())) text_->push_back(traits_type::to_char_type(c));
+        return traits_type::not_eof(c);
+    }
+    std::streamsize xsputn(const char* s, std::streamsize n) override {
+        text_->append(s, static_cast<size_t>(n));
+        return n;
+    }
+
+private:
+    std::string* text_ = nullptr;
+};
+
+// A writer with its stream, made once per thread: a writer is not safe to
+// share, and the host may answer from several threads at once.
+struct DocumentWriter {
+    TextSink sink;
+    std::ostream stream{&sink};
+    const std::unique_ptr<Json::StreamWriter> writer{Json::StreamWriterBuilder().newStreamWriter()};
+};
+
+// Most answers fit, so they take one allocation.
+constexpr size_t kFirstReserve = 512;
+
+}  // namespace
+
 std::string writeDocument(const Json::Value& document) {
-    const Json::StreamWriterBuilder writer;
-    return Json::writeString(writer, document);
+    thread_local DocumentWriter writer;
+    std::string text;
+    text.reserve(kFirstReserve);
+    writer.sink.target(&text);
+    // A failure of an earlier text must not silence this one.
+    writer.stream.clear();
+    writer.writer->write(document, &writer.stream);
+    return text;
+}
+
+// Keys are written sorted, so "data" opens its object, and nothing a caller
+// passes is written before it: the first such member is the one.
+size_t emptyDataEnd(const std::string& text) {
+    static constexpr char kMember[] = "\"data\" : \"\"";
+    return text.find(kMember) + sizeof kMember - 2;
 }
 
 // Codes above 127 (the 251 and 252 set commands) keep their byte on the wire

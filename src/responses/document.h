@@ -4,6 +4,7 @@
 
 #include <json/value.h>
 
+#include <cstring>
 #include <string>
 
 namespace robocomm {
@@ -11,6 +12,24 @@ namespace robocomm {
 // Default writer settings on purpose: the client reads tab-indented text
 // with sorted keys, 17 significant digits and escaped non-ASCII.
 std::string writeDocument(const Json::Value& document);
+
+// Offset of the closing quote of the empty "data" string in a written
+// document. Binary payloads go there as base64, which needs no escaping: the
+// writer would only scan and copy it several times over.
+size_t emptyDataEnd(const std::string& text);
+
+// `text` with the `length` characters `fill` writes at the pointer it gets
+// placed into its empty "data" string, byte for byte what the writer makes of
+// a document holding them.
+template <typename Fill>
+std::string withDataText(const std::string& text, size_t length, Fill fill) {
+    const size_t at = emptyDataEnd(text);
+    std::string out(text.size() + length, '\0');
+    std::memcpy(out.data(), text.data(), at);
+    fill(out.data() + at);
+    std::memcpy(out.data() + at + length, text.data() + at, text.size() - at);
+    return out;
+}
 
 // "Response" -> "Get" -> name, the body of a get answer. The body is
 // created null, so a builder that sets nothing writes null there.

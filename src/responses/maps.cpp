@@ -3,10 +3,20 @@
 
 #include "responses/document.h"
 #include "robocomm/responses.h"
-#include "robocomm/security.h"
+#include "security/base64.h"
 
 using robocomm::answerDocument;
 using robocomm::sendAnswer;
+
+namespace {
+
+// The base64 of the bytes placed into `text`'s empty "data" string.
+std::string withBase64Data(const std::string& text, const unsigned char* data, unsigned long size) {
+    return robocomm::withDataText(text, robocomm::base64Length(size),
+                                  [&](char* out) { robocomm::base64EncodeTo(data, size, out); });
+}
+
+}  // namespace
 
 std::string createJsonMapStatus(bool mapping, const std::string& data) {
     return answerDocument("MapStatus", [&](Json::Value& body) {
@@ -29,11 +39,11 @@ std::string createJsonMapDataS(double width, double height, double resolution, d
 
 std::string createJsonMapDataC(double width, double height, double resolution, double posX, double posY,
                                const unsigned char* data, unsigned long size) {
-    return createJsonMapDataS(width, height, resolution, posX, posY, base64Encode(data, size));
+    return withBase64Data(createJsonMapDataS(width, height, resolution, posX, posY, std::string()), data, size);
 }
 
 std::string createJsonIntegrationMapData(const unsigned char* data, unsigned long size) {
-    return answerDocument("MapData", [&](Json::Value& body) { body["data"] = base64Encode(data, size); });
+    return withBase64Data(answerDocument("MapData", [&](Json::Value& body) { body["data"] = ""; }), data, size);
 }
 
 std::string createJsonModifiedMapData(const std::string& data) {
@@ -41,15 +51,16 @@ std::string createJsonModifiedMapData(const std::string& data) {
 }
 
 std::string createJsonModifiedMapDataC(double width, double height, const unsigned char* data, unsigned long size) {
-    return answerDocument("ModifiedMapData", [&](Json::Value& body) {
+    const std::string text = answerDocument("ModifiedMapData", [&](Json::Value& body) {
         body["width"] = width;
         body["height"] = height;
-        body["data"] = base64Encode(data, size);
+        body["data"] = "";
     });
+    return withBase64Data(text, data, size);
 }
 
 std::string createJsonIntegrationModifiedMapDataC(const unsigned char* data, unsigned long size) {
-    return createJsonModifiedMapData(base64Encode(data, size));
+    return withBase64Data(createJsonModifiedMapData(std::string()), data, size);
 }
 
 std::string createJsonLidarData(double front, double rear) {

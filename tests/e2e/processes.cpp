@@ -31,8 +31,18 @@ bool awaitText(const std::string& path, const std::string& text, size_t times = 
     return occurrences(path, text) >= times;
 }
 
+// The words that start a tool: the emulator's, if any, then the program.
+std::vector<std::string> toolCommand(const char* program) {
+    std::vector<std::string> words;
+    std::istringstream emulator(ROBOCOMM_TOOL_EMULATOR);
+    for (std::string word; emulator >> word;) words.push_back(word);
+    words.push_back(program);
+    return words;
+}
+
 std::string clientCommand(const std::vector<std::string>& args) {
-    std::string command = ROBOCOMM_CLIENT_PATH;
+    std::string command;
+    for (const std::string& word : toolCommand(ROBOCOMM_CLIENT_PATH)) command += " " + word;
     for (const std::string& arg : args) command += " '" + arg + "'";
     return command;
 }
@@ -43,34 +53,41 @@ ClientRun runShell(const std::string& command) {
     return {WEXITSTATUS(status), fileText(folder.path() + "/out"), fileText(folder.path() + "/err")};
 }
 
+// Starts the tool with its arguments as a child that dies with the test,
+// its stdout and stderr in these files (which may be one).
+pid_t spawn(const char* program, const std::vector<std::string>& args, const std::string& out,
+            const std::string& err) {
+    std::vector<std::string> words = toolCommand(program);
+    words.insert(words.end(), args.begin(), args.end());
+    std::vector<char*> argv;
+    for (std::string& word : words) argv.push_back(word.data());
+    argv.push_back(nullptr);
+    const pid_t pid = fork();
+    if (pid == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        const int outFd = open(out.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+        dup2(outFd, STDOUT_FILENO);
+        dup2(err == out ? outFd : open(err.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644), STDERR_FILENO);
+        execvp(argv[0], argv.data());
+        _exit(127);
+    }
+    return pid;
+}
+
 }  // namespace
 
 ClientRun runClient(const std::vector<std::string>& args, const std::vector<std::string>& environment) {
     std::string command = "env";
     for (const std::string& entry : environment) command += " '" + entry + "'";
-    return runShell(command + " timeout -s KILL 20 " + clientCommand(args));
+    return runShell(command + " timeout -s KILL 20" + clientCommand(args));
 }
 
 ClientRun runClientOnTerminal(const std::vector<std::string>& args) {
     return runShell("timeout -s KILL 20 script -qefc \"" + clientCommand(args) + "\" /dev/null");
 }
 
-ClientProcess::ClientProcess(const std::vector<std::string>& args) {
-    const std::string out = folder_.path() + "/out", err = folder_.path() + "/err";
-    pid_ = fork();
-    if (pid_ == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        const int outFd = open(out.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
-        const int errFd = open(err.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
-        dup2(outFd, STDOUT_FILENO);
-        dup2(errFd, STDERR_FILENO);
-        std::vector<const char*> argv{ROBOCOMM_CLIENT_PATH};
-        for (const std::string& arg : args) argv.push_back(arg.c_str());
-        argv.push_back(nullptr);
-        execv(argv[0], const_cast<char* const*>(argv.data()));
-        _exit(127);
-    }
-}
+ClientProcess::ClientProcess(const std::vector<std::string>& args)
+    : pid_(spawn(ROBOCOMM_CLIENT_PATH, args, folder_.path() + "/out", folder_.path() + "/err")) {}
 
 ClientProcess::~ClientProcess() {
     if (pid_ > 0) finish();
@@ -97,17 +114,9 @@ ClientRun ClientProcess::finish() {
 }
 
 DemoHost::DemoHost(bool plain) {
-    const std::string runFolder = this->runFolder(), terminal = folder_.path() + "/terminal";
-    const char* argv[] = {ROBOCOMM_DEMO_HOST_PATH, "--run-dir", runFolder.c_str(), plain ? "--plain" : nullptr, nullptr};
-    pid_ = fork();
-    if (pid_ == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        const int out = open(terminal.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
-        dup2(out, STDOUT_FILENO);
-        dup2(out, STDERR_FILENO);
-        execv(argv[0], const_cast<char* const*>(argv));
-        _exit(127);
-    }
+    std::vector<std::string> args{"--run-dir", runFolder()};
+    if (plain) args.push_back("--plain");
+    pid_ = spawn(ROBOCOMM_DEMO_HOST_PATH, args, folder_.path() + "/terminal", folder_.path() + "/terminal");
 }
 
 std::string DemoHost::output() const { return fileText(folder_.path() + "/terminal"); }

@@ -50,6 +50,7 @@ public:
     ~DemoHost() { stop(); }
 
     std::string runFolder() const { return folder_.path() + "/run"; }
+    pid_t pid() const { return pid_; }
     // What the host wrote on its own terminal so far.
     std::string output() const;
     // False when the output does not hold `text` within 5 s.

@@ -73,6 +73,22 @@ TEST(LogBundle, DocumentCarriesNameDigestAndBase64) {
     EXPECT_EQ(robotest::fileBytes(path), Json::writeString(Json::StreamWriterBuilder(), expected));
 }
 
+// The file takes the base64 text into its document directly; it must stay
+// what the writer makes of the returned document, small or several megabytes.
+TEST(LogBundle, DocumentFileIsWhatTheWriterMakesOfTheDocument) {
+    robotest::TempDir dir;
+    const std::string path = dir.path() + "/log.json";
+    std::vector<unsigned char> bytes(4 << 20);
+    for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<unsigned char>(i * 2654435761u >> 13);
+    for (const size_t size : {size_t{0}, size_t{1}, size_t{2}, size_t{3}, bytes.size()}) {
+        SCOPED_TRACE(size);
+        Json::Value document;
+        captureOutput([&] { document = createJsonLogDataFile("logs \"1\".tar.gz", bytes.data(), size, path); });
+        EXPECT_TRUE(robotest::fileBytes(path) == Json::writeString(Json::StreamWriterBuilder(), document));
+        EXPECT_TRUE(document == createJsonLogData("logs \"1\".tar.gz", bytes.data(), size));
+    }
+}
+
 // The client receives the archive in the stream layout (header, digest,
 // payload) and unpacks the same files.
 using LogBundleLinkTest = robotest::ServerTest;

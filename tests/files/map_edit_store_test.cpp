@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <sstream>
 #include <stdexcept>
@@ -12,6 +14,7 @@
 #include "robocomm/intake.h"
 #include "robocomm/link.h"
 #include "robocomm/security.h"
+#include "support/blocked_stdin.h"
 #include "support/output_capture.h"
 #include "support/server_test.h"
 #include "support/temp_dir.h"
@@ -110,14 +113,22 @@ TEST_F(MapEditFileTest, FileShorterThanItsIvThrowsOutOfTheReadOnly) {
                           "cannot create std::vector larger than max_size()\n");
 }
 
+// Even with a host thread blocked reading stdin. Before the server runs the
+// process ends through exit(), so the host's atexit handlers run. The server
+// starts in the forked child: see the death tests of the link.
 TEST_F(MapEditFileTest, UnopenableFileEndsTheProcessEvenWhileTheServerRuns) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     const std::string path = dir_.path() + "/no-such-folder/store.bin";
-    EXPECT_EXIT(API_FileSave("text", path, key, iv), testing::ExitedWithCode(1),
-                "^Failed to open file for writing\\.\n$");
+    EXPECT_EXIT(
+        {
+            robotest::blockStdinReader();
+            std::atexit([] { std::fputs("host cleanup\n", stderr); });
+            API_FileSave("text", path, key, iv);
+        },
+        testing::ExitedWithCode(1), "^Failed to open file for writing\\.\nhost cleanup\n$");
     // A joinable receive thread must not turn the exit into an abort.
     EXPECT_EXIT(
         {
+            robotest::blockStdinReader();
             start_server();
             API_FileSave("text", path, key, iv);
         },

@@ -1,6 +1,11 @@
 // The parser's log lines and the commands it carries out itself.
 #include <gtest/gtest.h>
 
+#include <iostream>
+#include <sstream>
+#include <thread>
+
+#include "intake/mailbox_access.h"
 #include "intake_fixture.h"
 #include "robocomm/files.h"
 #include "robocomm/intake.h"
@@ -31,6 +36,39 @@ TEST_F(ParserTest, OTADataIsPostedOnlyWhenItMatchesItsDigest) {
     output = parseMessage(81, R"({"Request":{"Set":{"OTA":{"data":"abd","checksum":"00"}}}})");
     EXPECT_NE(output.out.find("OTA Data : Fail\n"), std::string::npos) << output.out;
     EXPECT_EQ(globalOTAdata.pending, 0);
+}
+
+// Standard output that, at every flushed line, asks another thread whether
+// the mailbox lock is free.
+class LockProbe : public std::stringbuf {
+public:
+    bool lockSeenHeld = false;
+
+protected:
+    int sync() override {
+        std::thread([this] {
+            if (robocomm::mailboxMutex().try_lock())
+                robocomm::mailboxMutex().unlock();
+            else
+                lockSeenHeld = true;
+        }).join();
+        return 0;
+    }
+};
+
+// The digest of a firmware text (lines written once it is computed) must not
+// keep the host's polls waiting on the lock.
+TEST_F(ParserTest, OTADataDigestIsComputedOutsideTheMailboxLock) {
+    const std::string data(4096, 'a');
+    const std::string body =
+        R"({"Request":{"Set":{"OTA":{"data":")" + data + R"(","checksum":")" + calculateSHA256(data) + R"("}}}})";
+    LockProbe probe;
+    std::streambuf* const standardOut = std::cout.rdbuf(&probe);
+    parseData(message(81, body));
+    std::cout.rdbuf(standardOut);
+    EXPECT_TRUE(probe.str().find("OTA Data : Pass\n") != std::string::npos);
+    EXPECT_FALSE(probe.lockSeenHeld);
+    EXPECT_EQ(globalOTAdata.pending, 1);
 }
 
 TEST_F(ParserTest, ByPassOneDataIsSavedThenParsedThenPosted) {

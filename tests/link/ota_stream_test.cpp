@@ -2,6 +2,7 @@
 // and the image with its digest in the firmware mailbox.
 #include <gtest/gtest.h>
 #include <json/json.h>
+#include <malloc.h>
 
 #include <sstream>
 #include <utility>
@@ -80,6 +81,27 @@ TEST_F(ServerTest, FirmwareStreamEndsInTheMailbox) {
         globalOTAdata.pending = 0;
         EXPECT_TRUE(linktest::commandDelivered(client()));
     }
+}
+
+// An interrupted transfer keeps its buffer, but a new transfer that replaces
+// it must release it: clients could otherwise exhaust the robot's memory.
+TEST_F(ServerTest, InterruptedFirmwareBuffersDoNotPileUp) {
+    constexpr uint32_t kAnnounced = 8 << 20;  // large enough to be mapped on its own
+    const auto mappedBytes = [] { return static_cast<long long>(mallinfo2().hblkhd); };
+    const long long before = mappedBytes();
+    const std::string firstFrame = linktest::header(kAnnounced, 1, 1, 81, 14) + linktest::pattern(32);
+    client().sendRaw(firstFrame);
+    client().close();
+    for (int transfer = 1; transfer < 4; ++transfer) {
+        robotest::LinkClient next;
+        next.sendRaw(firstFrame);
+        next.close();
+    }
+    // Clients are served in turn, so once the last one is heard all the
+    // transfers before it have begun and been cut off.
+    robotest::LinkClient last;
+    EXPECT_TRUE(linktest::commandDelivered(last));
+    EXPECT_LT(mappedBytes() - before, 2LL * kAnnounced);
 }
 
 }  // namespace

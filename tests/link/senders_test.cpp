@@ -3,16 +3,20 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <cstring>
 #include <future>
+#include <locale>
 #include <stdexcept>
 
+#include "files/file_bytes.h"
 #include "link_helpers.h"
 #include "robocomm/link.h"
 #include "robocomm/security.h"
 #include "support/output_capture.h"
 #include "support/server_test.h"
+#include "support/temp_dir.h"
 
 namespace {
 
@@ -125,6 +129,39 @@ TEST(NoClient, SendersOnlyReportTheMissingSocket) {
     }
 }
 
+// A packet's lines are written at once, in the stream's base, and a failed
+// peer lookup is still reported after them and before the failed send, with
+// both streams in one file.
+TEST(NoPeer, PacketLinesKeepTheirBaseAndPrecedeTheFailures) {
+    enableEnc = 0;
+    robotest::TempDir dir;
+    const std::string path = dir.path() + "/console";
+    std::cout.flush();
+    const int saved[] = {dup(STDOUT_FILENO), dup(STDERR_FILENO)};
+    const int console = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    dup2(console, STDOUT_FILENO);
+    dup2(console, STDERR_FILENO);
+    close(console);
+    clientfd = open("/dev/null", O_WRONLY);
+    std::cout << std::hex;
+    sendLargeJsonData(linktest::pattern(26), 1, 2);
+    std::cout << std::dec << std::flush;
+    close(clientfd);
+    clientfd = -1;
+    dup2(saved[0], STDOUT_FILENO);
+    dup2(saved[1], STDERR_FILENO);
+    close(saved[0]);
+    close(saved[1]);
+
+    const std::string stars(61, '*');
+    EXPECT_EQ(robotest::fileBytes(path),
+              "sendLargeJsonData #1\n" + stars +
+                  "\nSending part 1 of 1\nStart index: 0, End index: 1a\nPacket length: 24\nIdentifier: 1\n"
+                  "Object: 2\n" +
+                  stars + "\ngetpeername failed: Socket operation on non-socket\n"
+                          "send failed: Socket operation on non-socket\n");
+}
+
 // The datagrams' bytes are the jig's concern; here, what the sender leaves
 // behind: its log, and its closed socket in the listening socket's global.
 TEST(UdpSender, LogsEachDatagramAndLeavesItsSocketInSockfd) {
@@ -137,6 +174,21 @@ TEST(UdpSender, LogsEachDatagramAndLeavesItsSocketInSockfd) {
     EXPECT_GT(sockfd, 0);
     EXPECT_EQ(fcntl(sockfd, F_GETFD), -1);
     sockfd = -1;
+}
+
+// Numbers in log lines follow the locale the host gave the stream.
+TEST(UdpSender, LogNumbersFollowTheStreamsLocale) {
+    struct Thousands : std::numpunct<char> {
+        char do_thousands_sep() const override { return '.'; }
+        std::string do_grouping() const override { return "\3"; }
+    };
+    std::strcpy(senderIP, "127.0.0.1");
+    const std::locale previous = std::cout.imbue(std::locale(std::cout.getloc(), new Thousands));
+    const auto output = robotest::captureOutput([] { sendLargeData(std::vector<unsigned char>(1234), 7, 1); });
+    std::cout.imbue(previous);
+    sockfd = -1;
+    EXPECT_TRUE(linktest::contains(output.out, "Start index: 0, End index: 1.234\nPacket length: 1.244\n"))
+        << output.out;
 }
 
 }  // namespace

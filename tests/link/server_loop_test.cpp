@@ -1,8 +1,13 @@
 // The server against a real client: starting and stopping, the fatal paths,
 // what reaches the parser, what is dropped, and that the connection survives.
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <thread>
 #include <vector>
 
@@ -11,6 +16,7 @@
 #include "robocomm/jig.h"
 #include "robocomm/link.h"
 #include "robocomm/security.h"
+#include "support/blocked_stdin.h"
 #include "support/output_capture.h"
 #include "support/server_test.h"
 
@@ -38,20 +44,104 @@ TEST(ServerLifecycle, StopWakesTheBlockedAccept) {
         EXPECT_TRUE(contains(output.err, line)) << output.err;
 }
 
+// The stop must reach the thread even before it has begun to run; a lost
+// stop leaves stop_server waiting in join for ever (the alarm ends that).
+TEST(ServerLifecycleDeathTest, StopRightAfterStartIsNotLost) {
+    const auto startAndStop = [] {
+        alarm(20);
+        for (int round = 0; round < 20; ++round) {
+            start_server();
+            stop_server();
+        }
+        std::exit(0);
+    };
+    EXPECT_EXIT(startAndStop(), testing::ExitedWithCode(0), "");
+}
+
+// A descriptor that sockfd names but the server did not open (descriptor 0
+// before the first start, say, a socket handed over by a service manager)
+// is closed as before but never shut down: other holders keep using it.
+TEST(ServerLifecycle, StopLeavesForeignSocketsWorking) {
+    int pair[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, pair), 0);
+    const int otherHolder = dup(pair[0]);
+    sockfd = pair[0];
+    const auto output = robotest::captureOutput([] { stopServer(); });
+    EXPECT_EQ(output.err, "Server stopped\n");
+    EXPECT_EQ(sockfd, -1);
+    EXPECT_EQ(write(otherHolder, "x", 1), 1);
+    char byte = 0;
+    EXPECT_EQ(read(pair[1], &byte, 1), 1);
+    close(otherHolder);
+    close(pair[1]);
+}
+
 void startTwice() {
     start_server();
     start_server();
 }
 
+// Death tests fork the test process as it is ("fast" style): re-running the
+// binary, as the "threadsafe" style does, fails under an emulator. So no
+// thread may run when they fork; their servers start in the child.
 TEST(ServerLifecycleDeathTest, SecondStartWithoutStopEndsTheProcess) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_DEATH(startTwice(), "");
 }
 
-// The fixture's server holds the port, so another receive loop cannot bind it.
-TEST_F(ServerTest, PortInUseEndsTheProcessWithStatusOne) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(receiveData(), testing::ExitedWithCode(1), "바인드 실패");
+// A listening socket of the test's own holds the port, so the receive loop
+// cannot bind it; a host thread blocked reading stdin must not keep the
+// process alive.
+TEST(ServerLifecycleDeathTest, PortInUseEndsTheProcessWithStatusOne) {
+    const int holder = socket(AF_INET, SOCK_STREAM, 0);
+    const int on = 1;
+    setsockopt(holder, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(10001);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ASSERT_EQ(bind(holder, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    ASSERT_EQ(listen(holder, 1), 0);
+    const auto bindTaken = [] {
+        robotest::blockStdinReader();
+        start_server();
+        std::this_thread::sleep_for(std::chrono::seconds(30));
+    };
+    EXPECT_EXIT(bindTaken(), testing::ExitedWithCode(1), "바인드 실패");
+    close(holder);
+}
+
+// A peer that vanishes without closing is given up within about 30 s, so the
+// slot is free for the next client.
+TEST_F(ServerTest, VanishedPeerIsDetectedWithinHalfAMinute) {
+    const auto option = [](int level, int name) {
+        int value = -1;
+        socklen_t length = sizeof value;
+        EXPECT_EQ(getsockopt(clientfd, level, name, &value, &length), 0);
+        return value;
+    };
+    EXPECT_EQ(option(SOL_SOCKET, SO_KEEPALIVE), 1);
+    const int probesGiveUp =
+        option(IPPROTO_TCP, TCP_KEEPIDLE) + option(IPPROTO_TCP, TCP_KEEPINTVL) * option(IPPROTO_TCP, TCP_KEEPCNT);
+    EXPECT_LE(probesGiveUp, 35);
+    EXPECT_GT(option(IPPROTO_TCP, TCP_USER_TIMEOUT), 0);
+    EXPECT_LE(option(IPPROTO_TCP, TCP_USER_TIMEOUT), 35000);
+    EXPECT_TRUE(linktest::commandDelivered(client()));
+}
+
+// Once the client is gone, an answer must not reach whatever the host opens
+// next under the client's old descriptor number.
+TEST_F(ServerTest, AnswerAfterTheClientLeftGoesNowhere) {
+    robotest::OutputCapture capture;
+    client().close();
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    int pair[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, pair), 0);
+    sendLargeJsonData("{}", 1, 2);
+    const auto output = capture.finish();
+    char byte = 0;
+    for (int end : pair) EXPECT_EQ(recv(end, &byte, 1, 0), -1);
+    for (int end : pair) close(end);
+    EXPECT_TRUE(contains(output.err, "Closing client connection\nInvalid client socket\n")) << output.err;
 }
 
 TEST(ServerHelpers, VersionText) {

@@ -2,13 +2,17 @@
 // types (1 vs 1.0 vs true vs "1"), nesting, [] versus null.
 #include <gtest/gtest.h>
 #include <json/reader.h>
+#include <json/writer.h>
 
+#include <atomic>
 #include <sstream>
+#include <thread>
 #include <utility>
 #include <vector>
 
 #include "layout.h"
 #include "robocomm/responses.h"
+#include "robocomm/security.h"
 
 namespace restest {
 namespace {
@@ -153,6 +157,56 @@ TEST(Documents, Maps) {
         {createJsonIntegrationModifiedMapDataC(kMan, 3), answer("ModifiedMapData", R"({"data":"TWFu"})")},
         {createJsonLidarData(1.5, 2.5), answer("LidarData", R"({"front":1.5,"rear":2.5})")},
     });
+}
+
+// Byte maps place their base64 text into the written document directly; the
+// text must stay what the writer makes of the same document, at the edges of
+// padding and for a map of several megabytes.
+TEST(Documents, ByteMapsAreWhatTheWriterMakesOfTheirDocument) {
+    std::vector<unsigned char> bytes(4 << 20);
+    for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<unsigned char>(i * 2654435761u >> 13);
+    const auto written = [](const char* name, Json::Value body) {
+        Json::Value document;
+        document["Response"]["Get"][name] = std::move(body);
+        return Json::writeString(Json::StreamWriterBuilder(), document);
+    };
+    for (const size_t size : {size_t{0}, size_t{1}, size_t{2}, size_t{3}, bytes.size()}) {
+        SCOPED_TRACE(size);
+        Json::Value data;
+        data["data"] = base64Encode(bytes.data(), size);
+        Json::Value map = data;
+        map["width"] = 2048.0;
+        map["height"] = 1024.5;
+        map["resolution"] = 0.05;
+        map["posX"] = -51.2;
+        map["posY"] = 1e-7;
+        Json::Value modified = data;
+        modified["width"] = 640.0;
+        modified["height"] = 480.0;
+        EXPECT_TRUE(createJsonMapDataC(2048, 1024.5, 0.05, -51.2, 1e-7, bytes.data(), size) == written("MapData", map));
+        EXPECT_TRUE(createJsonIntegrationMapData(bytes.data(), size) == written("MapData", data));
+        EXPECT_TRUE(createJsonModifiedMapDataC(640, 480, bytes.data(), size) == written("ModifiedMapData", modified));
+        EXPECT_TRUE(createJsonIntegrationModifiedMapDataC(bytes.data(), size) == written("ModifiedMapData", data));
+    }
+}
+
+// Builders keep a writer per thread; answers built on several threads at
+// once come out as on one.
+TEST(Documents, BuildersGiveTheSameTextOnSeveralThreadsAtOnce) {
+    const unsigned char bytes[] = {1, 2, 3, 4, 5};
+    const std::string position = createJsonPosition(1.5, -2.25, 3.0);
+    const std::string map = createJsonMapDataC(1, 2, 3, 4, 5, bytes, sizeof bytes);
+    std::vector<std::thread> threads;
+    std::atomic<int> mismatches{0};
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&] {
+            for (int i = 0; i < 200; ++i)
+                if (createJsonPosition(1.5, -2.25, 3.0) != position ||
+                    createJsonMapDataC(1, 2, 3, 4, 5, bytes, sizeof bytes) != map)
+                    ++mismatches;
+        });
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(mismatches, 0);
 }
 
 TEST(Documents, NoticesAndPushes) {

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <openssl/evp.h>
 
 #include <iostream>
 
@@ -53,6 +54,38 @@ TEST(Base64, DecodingStopsSilentlyAndToleratesMissingPadding) {
         {"foo", "Zm9v\xc3\xa9"},  // nor are non-ASCII bytes
     };
     for (const auto& [plain, encoded] : cases) EXPECT_EQ(base64Decode(encoded), bytesOf(plain)) << encoded;
+}
+
+// Every length from empty to several groups, against OpenSSL's block encoder.
+TEST(Base64, EncodingMatchesOpenSslAtEveryLength) {
+    std::vector<unsigned char> data;
+    for (size_t length = 0; length <= 70; ++length) {
+        std::string expected(4 * ((length + 2) / 3) + 1, '\0');
+        expected.resize(static_cast<size_t>(EVP_EncodeBlock(reinterpret_cast<unsigned char*>(expected.data()),
+                                                            data.data(), static_cast<int>(length))));
+        EXPECT_EQ(base64Encode(data.data(), data.size()), expected) << "length " << length;
+        data.push_back(static_cast<unsigned char>(length * 89 + 200));
+    }
+}
+
+// Cut anywhere before its padding and followed by any character outside the
+// alphabet, an encoding yields the bytes its first k characters carry: three
+// per whole group and one less than the characters of a partial one.
+TEST(Base64, DecodingStopsAtEveryPositionOfEveryLength) {
+    const std::string stops[] = {"=", "\n", " ", "*", "-", "_", "\x80", "\xc3\xa9", "\xff"};
+    std::vector<unsigned char> data;
+    for (size_t length = 0; length <= 70; ++length) {
+        const std::string text = base64Encode(data.data(), data.size());
+        const size_t unpadded = text.find('=') == std::string::npos ? text.size() : text.find('=');
+        for (size_t k = 0; k <= unpadded; ++k) {
+            const size_t carried = k / 4 * 3 + (k % 4 == 0 ? 0 : k % 4 - 1);
+            const std::vector<unsigned char> expected(data.begin(), data.begin() + static_cast<long>(carried));
+            EXPECT_EQ(base64Decode(text.substr(0, k)), expected) << text.substr(0, k);
+            for (const std::string& stop : stops)
+                EXPECT_EQ(base64Decode(text.substr(0, k) + stop + "QUJD"), expected) << text.substr(0, k) << stop;
+        }
+        data.push_back(static_cast<unsigned char>(length * 89 + 200));
+    }
 }
 
 TEST(Digest, HexAndRawDigestsOfKnownMessages) {

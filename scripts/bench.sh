@@ -1,0 +1,34 @@
+#!/usr/bin/env bash
+# The library's cost beside the dependency work it cannot avoid, as a table.
+#   scripts/bench.sh                 medians of timed repetitions, randomly interleaved
+#   scripts/bench.sh --instructions  instruction counts under callgrind (immune to load)
+#   scripts/bench.sh --smoke         every benchmark for a few iterations (CI)
+source "$(dirname "${BASH_SOURCE[0]}")/setup.sh"
+
+mode=${1:-time}
+build_into "$ROOT/build"
+bench="$ROOT/build/bench/robocomm_bench"
+out=$(mktemp -d /tmp/robocomm-bench-XXXXXX)
+trap 'rm -rf "$out"' EXIT
+
+case "$mode" in
+  time)
+    "$bench" --benchmark_repetitions=5 --benchmark_enable_random_interleaving=true --benchmark_min_time=0.2 \
+      --benchmark_format=json --benchmark_out="$out/runs.json" >/dev/null
+    ;;
+  --smoke)
+    "$bench" --benchmark_min_time=0.000001 --benchmark_format=json --benchmark_out="$out/runs.json" >/dev/null
+    ;;
+  --instructions)
+    valgrind --tool=callgrind --collect-atstart=no --callgrind-out-file="$out/callgrind.out" \
+      "$bench" --benchmark_min_time=0.01 >/dev/null 2>"$out/valgrind.log" || {
+      cat "$out/valgrind.log" >&2
+      exit 1
+    }
+    ;;
+  *)
+    echo "usage: $0 [--instructions | --smoke]" >&2
+    exit 2
+    ;;
+esac
+python3 "$ROOT/bench/table.py" "$mode" "$out"
