@@ -3,9 +3,13 @@
 # the rest), starts the simulated robot (robocomm-demo-host) and drives it
 # through a short session with the operator client.
 #   scripts/demo.sh
+#   scripts/demo.sh --console   the robot in the web console instead, until Ctrl-C
+#                               (on $ROBOCOMM_CONSOLE_LISTEN, default 127.0.0.1:8080)
 source "$(dirname "${BASH_SOURCE[0]}")/setup.sh"
 
-BUILD_TARGETS="robocomm-client robocomm-demo-host" build_into "$ROOT/build"
+operator=robocomm-client
+[ "${1:-}" = "--console" ] && operator=robocomm-console
+BUILD_TARGETS="$operator robocomm-demo-host" build_into "$ROOT/build"
 tools="$ROOT/build/tools"
 work=$(mktemp -d /tmp/robocomm-demo-XXXXXX)
 
@@ -26,6 +30,13 @@ done
 if ! grep -q "demo host: serving" "$work/robot.out"; then
   cat "$work/robot.out" >&2
   exit 1
+fi
+
+if [ "$operator" = robocomm-console ]; then
+  printf '\nThe simulated robot runs (its log: %s/robot/robocomm.log). Ctrl-C stops both.\n' "$work"
+  # The console prints the address to open.
+  "$tools/robocomm-console" --listen "${ROBOCOMM_CONSOLE_LISTEN:-127.0.0.1:8080}" || true
+  exit 0
 fi
 
 step() {

@@ -31,4 +31,5 @@ case "${1:-}" in
     ;;
 esac
 echo "soak test (label soak) left out: minutes long, it is a CI stage of its own (ctest --test-dir build -L soak)"
-ctest --test-dir "$dir" --output-on-failure --parallel "$(nproc)" --timeout 300 -LE soak
+echo "browser test (label browser) left out: it has its own script and CI stage (scripts/browser-test.sh)"
+ctest --test-dir "$dir" --output-on-failure --parallel "$(nproc)" --timeout 300 -LE 'soak|browser'

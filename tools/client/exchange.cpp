@@ -9,6 +9,7 @@
 #include <sstream>
 
 #include "client/commands.h"
+#include "common/exchange.h"
 #include "common/files.h"
 #include "common/vocabulary.h"
 #include "robocomm/security.h"
@@ -25,14 +26,6 @@ constexpr Millis kWatchTick{200};
 // Between attempts to reach a robot that dropped the link.
 constexpr Millis kReconnectPause{1000};
 
-// The robot's "result": false.
-bool refused(const Json::Value& document) {
-    const Json::Value& results = document["Response"]["Set"];
-    for (const std::string& name : results.getMemberNames())
-        if (results[name]["result"].isBool() && !results[name]["result"].asBool()) return true;
-    return false;
-}
-
 // Writes the answer's base64 "data" member to a file and leaves a note in
 // its place; false when the answer has none.
 bool saveData(Json::Value& document, const std::string& path) {
@@ -47,19 +40,6 @@ bool saveData(Json::Value& document, const std::string& path) {
         return true;
     }
     return false;
-}
-
-// The heartbeat is answered by the robot's control loop, so its answer
-// proves that the robot read the command sent before it.
-void confirmDelivery(Link& link, const CommandSpec& command) {
-    link.sendCommand(kHeartbeatCode, requestDocument(findByCode(kHeartbeatCode), {}));
-    try {
-        link.awaitCode(kHeartbeatCode);
-    } catch (const Failure& failure) {
-        if (failure.status() != Exit::Timeout) throw;
-        throw link.silence("no sign that the robot read command " + std::to_string(command.code) +
-                           " (the heartbeat sent after it went unanswered)");
-    }
 }
 
 std::string timeOfDay(bool utc) {

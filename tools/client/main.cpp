@@ -2,7 +2,6 @@
 #include <robocomm/link.h>
 
 #include <cerrno>
-#include <cmath>
 #include <cstdlib>
 #include <iostream>
 #include <string>
@@ -10,6 +9,7 @@
 
 #include "client/commands.h"
 #include "common/files.h"
+#include "common/link_options.h"
 #include "common/vocabulary.h"
 
 using namespace robocomm;
@@ -20,7 +20,7 @@ namespace {
 
 constexpr Millis kDefaultWatch{60 * 1000};
 
-const char kUsage[] = R"(usage: robocomm-client [options] COMMAND [ARGS...]
+const std::string kUsage = std::string(R"(usage: robocomm-client [options] COMMAND [ARGS...]
 
 commands:
   get NAME|CODE [PARAMS...]  ask the robot for data, e.g. get position
@@ -32,13 +32,7 @@ commands:
   list                       every command with its code, parameters and units
 
 options (--opt VALUE or --opt=VALUE):
-  --host HOST              robot name or address, IPv4 or IPv6 (default 127.0.0.1; $ROBOCOMM_HOST)
-  --port PORT              robot port (default 10001; $ROBOCOMM_PORT)
-  --plain                  the robot runs with encryption off
-  --passphrase-file FILE   pass phrase of the link cipher, first line of FILE
-  --passphrase TEXT        the same on the command line, where ps shows it ($ROBOCOMM_PASSPHRASE)
-  --timeout SECONDS        longest silence accepted from the robot (default 5)
-  --json                   one JSON object per line, for scripts; errors as JSON on stderr
+)") + kLinkOptionsHelp + R"(  --json                   one JSON object per line, for scripts; errors as JSON on stderr
   --save FILE              write the answer's decoded "data" to FILE ('-': stdout)
   --acknowledge            watch: acknowledge each error push (command 100)
   --no-reconnect           watch: exit when the robot drops the link
@@ -53,33 +47,9 @@ exit status: 0 done, 1 refused by the robot, 2 usage, 3 unreachable,
 it ends watch with 0)
 )";
 
-Failure usage(const std::string& what) { return Failure(Exit::Usage, what + " (robocomm-client --help)"); }
+const char kTool[] = "robocomm-client";
 
-double positiveNumber(const std::string& option, const std::string& text) {
-    char* end = nullptr;
-    const double value = std::strtod(text.c_str(), &end);
-    if (text.empty() || *end != '\0' || !std::isfinite(value) || value <= 0)
-        throw usage(option + " wants a positive number, not '" + text + "'");
-    return value;
-}
-
-Millis secondsOption(const std::string& option, const std::string& text) {
-    return Millis(static_cast<long long>(positiveNumber(option, text) * 1000));
-}
-
-uint16_t portNumber(const std::string& option, const std::string& text) {
-    const double port = positiveNumber(option, text);
-    if (port > 65535 || port != std::floor(port)) throw usage(option + " wants a port number, not '" + text + "'");
-    return static_cast<uint16_t>(port);
-}
-
-// The first line of the file, without its line end.
-std::string passPhraseFrom(const std::string& path) {
-    const std::string text = readWholeFile(path);
-    const std::string line = text.substr(0, text.find('\n'));
-    if (line.empty()) throw usage(path + " holds no pass phrase");
-    return line;
-}
+Failure usage(const std::string& what) { return usageFailure(kTool, what); }
 
 enum class Request { Run, Help, Version };
 
@@ -89,17 +59,10 @@ struct CommandLine {
     Request request = Request::Run;
 };
 
-// The environment sets defaults that the command line overrides.
-void readEnvironment(Settings& s) {
-    if (const char* host = std::getenv("ROBOCOMM_HOST"); host && *host) s.link.host = host;
-    if (const char* port = std::getenv("ROBOCOMM_PORT"); port && *port) s.link.port = portNumber("ROBOCOMM_PORT", port);
-    if (const char* phrase = std::getenv("ROBOCOMM_PASSPHRASE"); phrase && *phrase) s.link.passPhrase = phrase;
-}
-
 CommandLine parse(int argc, char** argv) {
     CommandLine line;
     Settings& s = line.settings;
-    readEnvironment(s);
+    readLinkEnvironment(kTool, s.link);
     bool optionsEnded = false;
     for (int i = 1; i < argc; ++i) {
         const std::string word = argv[i];
@@ -122,16 +85,11 @@ CommandLine parse(int argc, char** argv) {
         if (arg == "--") optionsEnded = flag();
         else if (arg == "--help" || arg == "-h") line.request = flag() ? Request::Help : Request::Run;
         else if (arg == "--version") line.request = flag() ? Request::Version : Request::Run;
-        else if (arg == "--plain") s.link.plain = flag();
+        else if (applyLinkOption(kTool, arg, value, flag, s.link)) continue;
         else if (arg == "--json") s.json = flag();
         else if (arg == "--acknowledge") s.acknowledge = flag();
         else if (arg == "--no-reconnect") s.reconnect = !flag();
-        else if (arg == "--host") s.link.host = value();
-        else if (arg == "--passphrase") s.link.passPhrase = value();
-        else if (arg == "--passphrase-file") s.link.passPhrase = passPhraseFrom(value());
         else if (arg == "--save") s.saveTo = value();
-        else if (arg == "--timeout") s.link.timeout = secondsOption(arg, value());
-        else if (arg == "--port") s.link.port = portNumber(arg, value());
         else throw usage("unknown option " + arg);
     }
     return line;
@@ -175,7 +133,7 @@ void run(const CommandLine& line) {
         sendFile(settings, args[0], args[1]);
     } else if (verb == "watch") {
         const auto args = operands(line, 0, 1, "watch [SECONDS]");
-        runWatch(settings, args.empty() ? kDefaultWatch : secondsOption("watch", args[0]));
+        runWatch(settings, args.empty() ? kDefaultWatch : secondsOption(kTool, "watch", args[0]));
     } else if (verb == "ota") {
         runOta(settings, operands(line, 1, 1, "ota IMAGE")[0]);
     } else if (verb == "log") {

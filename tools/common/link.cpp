@@ -112,13 +112,14 @@ Failure Link::silence(const std::string& what) const {
     return Failure(Exit::Timeout, text);
 }
 
-Message Link::awaitCode(uint8_t code) {
+Message Link::awaitCode(uint8_t code, const std::function<void(const Message&)>& passedBy) {
     // One deadline for the whole wait: other messages do not extend it.
     const Deadline deadline = Deadline::after(options_.timeout);
     for (;;) {
         auto message = receive(deadline);
         if (!message) throw silence("no answer to command " + std::to_string(code));
         if (message->code == code) return std::move(*message);
+        if (passedBy) passedBy(*message);
     }
 }
 

@@ -54,9 +54,9 @@ public:
     std::optional<FrameHeader> peekHeader(Deadline deadline);
     // The next whole message in the chunked layout; nullopt at the deadline.
     std::optional<Message> receive(Deadline deadline);
-    // The next message carrying `code`, passing by every other. Throws
-    // Failure(Timeout) when it has not come within `timeout`.
-    Message awaitCode(uint8_t code);
+    // The next message carrying `code`, handing every other to `passedBy`
+    // (when given). Throws Failure(Timeout) when it has not come within `timeout`.
+    Message awaitCode(uint8_t code, const std::function<void(const Message&)>& passedBy = {});
     // Exactly n raw bytes (stream layout), reporting the count so far.
     std::string receiveBytes(size_t n, const std::function<void(size_t)>& progress = {});
 
@@ -64,6 +64,9 @@ public:
     std::string open(const std::string& payload, uint8_t code);
     // The payload parsed as JSON; throws Failure(BadData).
     Json::Value document(const Message& message);
+
+    // Whether the robot has sent anything at all on this connection.
+    bool heard() const { return connection_.heard(); }
 
     // Failure(Timeout) for a wait that ran out, saying so when the robot has
     // sent nothing at all on this connection.

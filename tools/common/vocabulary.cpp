@@ -107,7 +107,9 @@ const std::map<std::string, const char*> kUnits = {
     {"radS", "rad/s"}, {"leftRPM", "rpm"},  {"rightRPM", "rpm"},  {"size", "bytes"},
 };
 
-std::string typeText(const ParamSpec& param) {
+}  // namespace
+
+std::string parameterType(const ParamSpec& param) {
     const std::string key = param.key;
     switch (param.kind) {
         case ParamKind::Int: return "integer";
@@ -120,6 +122,13 @@ std::string typeText(const ParamSpec& param) {
     }
     return "";
 }
+
+std::string parameterUnit(const ParamSpec& param) {
+    const auto unit = kUnits.find(param.key);
+    return unit == kUnits.end() ? "" : unit->second;
+}
+
+namespace {
 
 bool allDigits(const std::string& text) {
     return !text.empty() && text.size() < 10 && text.find_first_not_of("0123456789") == std::string::npos;
@@ -195,9 +204,8 @@ std::string parameterHelp(const CommandSpec& command) {
     std::string text;
     for (const ParamSpec& param : command.params) {
         if (!text.empty()) text += ", ";
-        text += std::string(param.key) + ": " + typeText(param);
-        const auto unit = kUnits.find(param.key);
-        if (unit != kUnits.end()) text += std::string(" in ") + unit->second;
+        text += std::string(param.key) + ": " + parameterType(param);
+        if (!parameterUnit(param).empty()) text += " in " + parameterUnit(param);
     }
     return text;
 }

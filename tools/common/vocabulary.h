@@ -37,6 +37,10 @@ std::string kebabName(const CommandSpec& command);
 std::string synopsis(const CommandSpec& command);
 // "x: number in m, set: 0/1/true/false": what each parameter takes.
 std::string parameterHelp(const CommandSpec& command);
+// "integer", "number", "0/1/true/false", "text", ...: what a parameter takes.
+std::string parameterType(const ParamSpec& param);
+// Its unit as the demo host reads it ("m", "rad", ...), or empty.
+std::string parameterUnit(const ParamSpec& param);
 // What sets the command apart from the plain get or set, or empty.
 std::string remark(const CommandSpec& command);
 

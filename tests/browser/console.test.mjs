@@ -1,0 +1,201 @@
+// End to end in a real browser: the demo host, the console, and Debian's
+// chromium driven by playwright-core. Run by CTest (tests/CMakeLists.txt)
+// with the paths below in the environment.
+//   CONSOLE, DEMO_HOST   the two programs
+//   MODULES              the folder whose node_modules holds playwright-core
+//   SCREENSHOT           where to save the page as the test leaves it
+import { spawn } from 'node:child_process';
+import { randomBytes } from 'node:crypto';
+import { mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
+import { createRequire } from 'node:module';
+import { createServer } from 'node:net';
+import { tmpdir } from 'node:os';
+import { join, resolve } from 'node:path';
+import { gunzipSync } from 'node:zlib';
+import assert from 'node:assert/strict';
+
+const { chromium } = createRequire(resolve(process.env.MODULES, 'package.json'))('playwright-core');
+const STEP_MS = 20000;
+const work = mkdtempSync(join(tmpdir(), 'robocomm-browser-'));
+const children = [];
+
+function stopChildren() {
+  for (const child of children) if (child.exitCode === null) child.kill('SIGTERM');
+}
+// The whole test is bounded, whatever hangs.
+const watchdog = setTimeout(() => {
+  console.error('browser test: gave up after 150 s');
+  stopChildren();
+  process.exit(1);
+}, 150000);
+
+async function freePort() {
+  const server = createServer();
+  await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
+  const { port } = server.address();
+  await new Promise((resolve) => server.close(resolve));
+  return port;
+}
+
+// Starts a program and waits for `ready` in its output.
+function start(program, args, ready) {
+  const child = spawn(program, args, { stdio: ['ignore', 'pipe', 'pipe'] });
+  children.push(child);
+  let output = '';
+  return new Promise((resolve, reject) => {
+    const timer = setTimeout(() => reject(new Error(`${program} did not start:\n${output}`)), STEP_MS);
+    const take = (chunk) => {
+      output += chunk;
+      if (output.includes(ready)) {
+        clearTimeout(timer);
+        resolve(child);
+      }
+    };
+    child.stdout.on('data', take);
+    child.stderr.on('data', take);
+    child.on('exit', (code) => reject(new Error(`${program} ended (${code}):\n${output}`)));
+  });
+}
+
+function numbers(text) {
+  return text.match(/-?\d+(\.\d+)?/g).map(Number);
+}
+
+async function browserSession(page, url) {
+  const text = (id) => page.locator(id).textContent();
+  const activity = (line) => page.locator('#activity li', { hasText: line }).first().waitFor({ timeout: STEP_MS });
+
+  await page.goto(url);
+  await page.locator('#link-state', { hasText: 'connected' }).waitFor({ timeout: STEP_MS });
+  await page.locator('#battery', { hasText: /\d+ %/ }).waitFor({ timeout: STEP_MS });
+  await page.locator('#position', { hasText: /x [\d.]+ m/ }).waitFor({ timeout: STEP_MS });
+  await page.locator('#version', { hasText: 'demo-host' }).waitFor({ timeout: STEP_MS });
+  // The map is 3.2 m square: (2.4, 2.4) lies three quarters right, one quarter down.
+  await page.waitForFunction(() => document.getElementById('map').toDataURL().length > 5000, null, { timeout: STEP_MS });
+  const [startX, startY] = numbers(await text('#position'));
+  const box = await page.locator('#map').boundingBox();
+  await page.mouse.click(box.x + box.width * 0.75, box.y + box.height * 0.25);
+  await page.locator('#confirm-text', { hasText: 'Send the robot to x 2.4' }).waitFor({ timeout: STEP_MS });
+  await page.click('#confirm-ok');
+  await activity('Target position: done');
+  const distance = ([x, y]) => Math.hypot(2.4 - x, 2.4 - y);
+  const before = distance([startX, startY]);
+  await page.waitForFunction(
+    (limit) => {
+      const [x, y] = document.getElementById('position').textContent.match(/-?\d+(\.\d+)?/g).map(Number);
+      return Math.hypot(2.4 - x, 2.4 - y) < limit;
+    },
+    before - 0.2,
+    { timeout: STEP_MS },
+  );
+  console.log(`browser test: the marker moved from ${distance([startX, startY]).toFixed(2)} m toward the target`);
+
+  await page.click('#emergency-stop');
+  await activity('Emergency stop: done');
+  await page.locator('#errors li', { hasText: 'EMERGENCY-STOP' }).waitFor({ timeout: STEP_MS });
+  await page.click('#acknowledge');
+  await activity('Acknowledge errors: delivered');
+  await page.locator('#errors li', { hasText: 'no open errors' }).waitFor({ timeout: STEP_MS });
+  await page.click('#recovery');
+  await activity('Recovery: done');
+
+  const image = join(work, 'firmware.bin');
+  writeFileSync(image, randomBytes(1 << 20));
+  await page.setInputFiles('#firmware-file', image);
+  await page.click('#firmware button[type=submit]');
+  await page.locator('#firmware-state', { hasText: 'accepted by the robot' }).waitFor({ timeout: STEP_MS });
+  await page.waitForFunction(() => document.getElementById('firmware-progress').value === 100, null, {
+    timeout: STEP_MS,
+  });
+
+  const [download] = await Promise.all([page.waitForEvent('download', { timeout: STEP_MS }), page.click('#log')]);
+  const archive = gunzipSync(readFileSync(await download.path()));
+  assert.equal(archive.subarray(257, 262).toString(), 'ustar', 'the log bundle is a tar archive');
+  console.log(`browser test: log bundle of ${archive.length} bytes unpacked`);
+
+  await page.selectOption('#raw-command', 'get/robot-info');
+  await page.click('#raw button[type=submit]');
+  await page.locator('#raw-answer', { hasText: 'DEMO-0001' }).waitFor({ timeout: STEP_MS });
+}
+
+// What a script sees of the API beside the page.
+async function apiAnswers(base) {
+  const post = (path, body) => fetch(`${base}${path}`, { method: 'POST', body });
+  const outside = await post('/api/set/target-position', '[9, 9, 0]');
+  assert.equal(outside.status, 422, 'a target outside the room is refused');
+  assert.match((await outside.json()).error, /refused/);
+  assert.equal((await post('/api/set/target-position', '["x", 1, 0]')).status, 400);
+  assert.equal((await post('/api/get/no-such-thing', '[]')).status, 404);
+  const map = await fetch(`${base}/api/map.png`);
+  const png = Buffer.from(await map.arrayBuffer());
+  assert.equal(png.subarray(1, 4).toString(), 'PNG');
+  assert.deepEqual([png.readUInt32BE(16), png.readUInt32BE(20)], [64, 64], 'the map is 64 cells square');
+  assert.equal(map.headers.get('Cache-Control'), 'no-cache');
+}
+
+// The page says when the robot goes away, and the console reconnects.
+async function robotRestarts(page, host) {
+  host.kill('SIGTERM');
+  await page.locator('#banner', { hasText: 'unreachable' }).waitFor({ timeout: STEP_MS });
+  await startHost();
+  await page.locator('#link-state', { hasText: 'connected' }).waitFor({ timeout: STEP_MS });
+  assert.ok(await page.locator('#banner').isHidden());
+}
+
+// A second console, with a token, finds the robot held by the first.
+async function heldRobotAndToken(port) {
+  const base = `http://127.0.0.1:${port}`;
+  await start(process.env.CONSOLE, ['--listen', `127.0.0.1:${port}`, '--token', 'secret', '--timeout', '1'], 'open ');
+  assert.equal((await fetch(`${base}/api/commands`)).status, 401, 'no token, no answer');
+  const deadline = Date.now() + STEP_MS;
+  let status;
+  do {
+    await new Promise((resolve) => setTimeout(resolve, 300));
+    status = (await fetch(`${base}/api/get/position?token=secret`, { method: 'POST', body: '[]' })).status;
+  } while (status !== 409 && Date.now() < deadline);
+  assert.equal(status, 409, 'a robot held by another client answers 409');
+}
+
+const startHost = () => start(process.env.DEMO_HOST, ['--run-dir', join(work, 'robot')], 'demo host: serving');
+
+try {
+  const host = await startHost();
+  const port = await freePort();
+  await start(process.env.CONSOLE, ['--listen', `127.0.0.1:${port}`], 'open http://');
+  const context = await chromium.launchPersistentContext(join(work, 'profile'), {
+    executablePath: '/usr/bin/chromium',
+    headless: true,
+    acceptDownloads: true,
+    viewport: { width: 1280, height: 1000 },
+    // The machine's network is closed: no background connections, no sandbox
+    // (which needs privileges a CI container lacks).
+    args: [
+      '--headless',
+      '--no-sandbox',
+      '--disable-gpu',
+      '--disable-quic',
+      '--no-first-run',
+      '--disable-background-networking',
+      '--disable-component-update',
+      '--disable-sync',
+    ],
+  });
+  try {
+    const page = context.pages()[0] ?? (await context.newPage());
+    const problems = [];
+    page.on('pageerror', (error) => problems.push(error.message));
+    await browserSession(page, `http://127.0.0.1:${port}/`);
+    await page.screenshot({ path: process.env.SCREENSHOT, fullPage: true });
+    await apiAnswers(`http://127.0.0.1:${port}`);
+    await robotRestarts(page, host);
+    assert.deepEqual(problems, [], 'the page ran without script errors');
+  } finally {
+    await context.close();
+  }
+  await heldRobotAndToken(await freePort());
+  console.log('browser test: passed');
+} finally {
+  stopChildren();
+  clearTimeout(watchdog);
+  rmSync(work, { recursive: true, force: true });
+}
