@@ -34,10 +34,10 @@ TEST(Operator, HelpVersionAndCompletion) {
     EXPECT_EQ(help.status, 0);
     EXPECT_NE(help.out.find("The robot serves one client at a time"), std::string::npos) << help.out;
     EXPECT_EQ(runClient({"--version"}).out, "robocomm-client, robocomm library 0.32.2.1\n");
-    // Completes the command names from the client's own list.
-    const std::string client = ROBOCOMM_CLIENT_PATH;
-    const std::string folder = client.substr(0, client.rfind('/'));
-    const std::string script = "PATH=" + folder + ":$PATH; source " ROBOCOMM_COMPLETION_PATH
+    // Completes the command names from the client's own list. The name
+    // resolves to this build's client, through the emulator in a cross build.
+    const std::string script = "robocomm-client() { " ROBOCOMM_TOOL_EMULATOR " " ROBOCOMM_CLIENT_PATH
+                               " \"$@\"; }; source " ROBOCOMM_COMPLETION_PATH
                                "; COMP_WORDS=(robocomm-client --json set target); COMP_CWORD=3; _robocomm_client; "
                                "echo ${COMPREPLY[@]}";
     const robotest::TempDir out;

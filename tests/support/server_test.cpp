@@ -1,5 +1,7 @@
 #include "support/server_test.h"
 
+#include <sys/socket.h>
+
 #include <chrono>
 #include <csignal>
 #include <iostream>
@@ -9,6 +11,16 @@
 #include "robocomm/security.h"
 
 namespace robotest {
+
+namespace {
+
+bool keepaliveOn(int fd) {
+    int on = 0;
+    socklen_t length = sizeof on;
+    return getsockopt(fd, SOL_SOCKET, SO_KEEPALIVE, &on, &length) == 0 && on == 1;
+}
+
+}  // namespace
 
 void ServerTest::SetUp() {
     // The library sends without MSG_NOSIGNAL: a client that leaves while an
@@ -26,6 +38,12 @@ void ServerTest::SetUp() {
     while (clientfd <= 0 && std::chrono::steady_clock::now() < deadline)
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     ASSERT_GT(clientfd, 0) << "the server did not accept the client";
+    // The receive thread announces the client ("Client connected") before it
+    // turns keepalive on: once that is on, the line is out and cannot land in
+    // what a test captures.
+    while (!keepaliveOn(clientfd) && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    ASSERT_TRUE(keepaliveOn(clientfd)) << "the server did not take up the client";
 }
 
 void ServerTest::TearDown() {
