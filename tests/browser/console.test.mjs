@@ -70,12 +70,14 @@ async function browserSession(page, url) {
   await page.locator('#battery', { hasText: /\d+ %/ }).waitFor({ timeout: STEP_MS });
   await page.locator('#position', { hasText: /x [\d.]+ m/ }).waitFor({ timeout: STEP_MS });
   await page.locator('#version', { hasText: 'demo-host' }).waitFor({ timeout: STEP_MS });
-  // The map is 3.2 m square: (2.4, 2.4) lies three quarters right, one quarter down.
-  await page.waitForFunction(() => document.getElementById('map').toDataURL().length > 5000, null, { timeout: STEP_MS });
+  await page.locator('#map:not([aria-busy])').waitFor({ timeout: STEP_MS });
   const [startX, startY] = numbers(await text('#position'));
+  // The map is 3.2 m square: (2.42, 2.42) lies a little over three quarters
+  // right and under one quarter down. The browser reports whole pixels, so the
+  // click aims inside the 2.4x band rather than at its edge.
   const box = await page.locator('#map').boundingBox();
-  await page.mouse.click(box.x + box.width * 0.75, box.y + box.height * 0.25);
-  await page.locator('#confirm-text', { hasText: 'Send the robot to x 2.4' }).waitFor({ timeout: STEP_MS });
+  await page.mouse.click(box.x + (box.width * 2.42) / 3.2, box.y + (box.height * (3.2 - 2.42)) / 3.2);
+  await page.locator('#confirm-text', { hasText: /Send the robot to x 2\.4\d m, y 2\.4\d m/ }).waitFor({ timeout: STEP_MS });
   await page.click('#confirm-ok');
   await activity('Target position: done');
   const distance = ([x, y]) => Math.hypot(2.4 - x, 2.4 - y);

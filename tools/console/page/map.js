@@ -18,7 +18,13 @@ export class MapView {
     });
   }
 
-  setMap(map) { this.map = map; this.draw(); }
+  // The canvas stays busy until the first map arrives: clicks mean nothing before.
+  setMap(map) {
+    this.map = map;
+    this.canvas.removeAttribute('aria-busy');
+    this.draw();
+  }
+
   setRobot(pose) { this.robot = pose; this.draw(); }
   setTarget(pose) { this.target = pose; this.draw(); }
 
