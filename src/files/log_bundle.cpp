@@ -5,13 +5,13 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iostream>
 #include <sstream>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
 
 #include "link/frame.h"
+#include "link/log_lines.h"
 #include "robocomm/files.h"
 #include "robocomm/link.h"
 
@@ -29,15 +29,15 @@ bool isDirectory(const std::string& path) {
 }
 
 void sendArchive(const CompressedFile_t& archive, const std::string& archiveName) {
-    std::cout << "[DEBUG] dataLength (" << archive.size << ") is within the allowed maximum size ("
-              << MAX_SIZE_LOG << ")." << std::endl;
-    std::cout << "[DEBUG] Creating JSON log data using compressedFileName: " << archiveName << std::endl;
-    std::cout << "[DEBUG] Preparing to send JSON log data. Data length: " << archive.size
-              << ", getLogDataIdx: " << kLogDataCode << ", objectRes: " << kAnswerKind << std::endl;
+    robocomm::logOut() << "[DEBUG] dataLength (" << archive.size << ") is within the allowed maximum size ("
+              << MAX_SIZE_LOG << ").";
+    robocomm::logOut() << "[DEBUG] Creating JSON log data using compressedFileName: " << archiveName;
+    robocomm::logOut() << "[DEBUG] Preparing to send JSON log data. Data length: " << archive.size
+              << ", getLogDataIdx: " << kLogDataCode << ", objectRes: " << kAnswerKind;
     sendLargeJsonDataLog(reinterpret_cast<const unsigned char*>(archive.data.data()),
                          static_cast<int>(archive.size), static_cast<char>(kLogDataCode),
                          static_cast<char>(kAnswerKind));
-    std::cout << "[DEBUG] sendLargeJsonDataLog call completed." << std::endl;
+    robocomm::logOut() << "[DEBUG] sendLargeJsonDataLog call completed.";
 }
 
 }  // namespace
@@ -75,7 +75,7 @@ CompressedFile_t readCompressedFile(const std::string& path) {
 
 bool resGetLogData(const std::string& folderPath) {
     if (!isDirectory(folderPath)) {
-        std::cerr << "Folder does not exist: " << folderPath << std::endl;
+        robocomm::logErr() << "Folder does not exist: " << folderPath;
         return false;
     }
     try {
@@ -85,13 +85,13 @@ bool resGetLogData(const std::string& folderPath) {
         if (robocomm::logArchiveFits(archive.size)) {
             sendArchive(archive, archiveName);
         } else {
-            std::cout << "[DEBUG] dataLength (" << archive.size << ") exceeds MAX_SIZE_LOG (" << MAX_SIZE_LOG
-                      << "). Skipping send." << std::endl;
+            robocomm::logOut() << "[DEBUG] dataLength (" << archive.size << ") exceeds MAX_SIZE_LOG (" << MAX_SIZE_LOG
+                      << "). Skipping send.";
         }
         fs::remove(archivePath);
         return true;
     } catch (const std::exception& e) {
-        std::cerr << "Error: " << e.what() << std::endl;
+        robocomm::logErr() << "Error: " << e.what();
         return false;
     }
 }

@@ -5,6 +5,7 @@
 #include <iostream>
 #include <memory>
 
+#include "link/log_lines.h"
 #include "robocomm/security.h"
 
 namespace {
@@ -14,7 +15,7 @@ struct CipherContextFree {
 };
 using CipherContext = std::unique_ptr<EVP_CIPHER_CTX, CipherContextFree>;
 
-void complain(const char* text) { std::cerr << text << std::endl; }
+void complain(const char* text) { robocomm::logErr() << text; }
 
 // Decryption reports every failure through an empty result alone.
 std::string failedDecryption(const char* text) {
@@ -78,7 +79,10 @@ std::string decryptData(const std::string& cipher, unsigned char* key, unsigned 
 // Only reports: the file store carries on after a failed step. A code outside
 // the table gets the prefix alone, not even a line end, as it always has.
 void handleErrors(EncryptionError code) {
-    std::cerr << "An error occurred during the encryption/decryption process. ";
+    const char* const prefix = "An error occurred during the encryption/decryption process. ";
     const int value = code;
-    if (value >= CipherContextFailed && value <= EncryptFinalFailed) std::cerr << kErrorTexts[value - 1] << std::endl;
+    if (value >= CipherContextFailed && value <= EncryptFinalFailed)
+        robocomm::logErr() << prefix << kErrorTexts[value - 1];
+    else
+        std::cerr << prefix;
 }
