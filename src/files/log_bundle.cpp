@@ -10,6 +10,7 @@
 #include <system_error>
 #include <utility>
 
+#include "files/archive_payload.h"
 #include "link/frame.h"
 #include "link/log_lines.h"
 #include "robocomm/files.h"
@@ -28,15 +29,19 @@ bool isDirectory(const std::string& path) {
     return fs::is_directory(fs::status(path, ignored));
 }
 
-void sendArchive(const CompressedFile_t& archive, const std::string& archiveName) {
-    robocomm::logOut() << "[DEBUG] dataLength (" << archive.size << ") is within the allowed maximum size ("
-              << MAX_SIZE_LOG << ").";
+// The archive is read twice, once for the digest of what is sent and once to
+// send it, so that only a piece of it is held at a time.
+void sendArchive(robocomm::ArchivePayload& archive, const std::string& archiveName) {
+    robocomm::logOut() << "[DEBUG] dataLength (" << archive.fileSize() << ") is within the allowed maximum size ("
+                       << MAX_SIZE_LOG << ").";
     robocomm::logOut() << "[DEBUG] Creating JSON log data using compressedFileName: " << archiveName;
-    robocomm::logOut() << "[DEBUG] Preparing to send JSON log data. Data length: " << archive.size
-              << ", getLogDataIdx: " << kLogDataCode << ", objectRes: " << kAnswerKind;
-    sendLargeJsonDataLog(reinterpret_cast<const unsigned char*>(archive.data.data()),
-                         static_cast<int>(archive.size), static_cast<char>(kLogDataCode),
-                         static_cast<char>(kAnswerKind));
+    robocomm::logOut() << "[DEBUG] Preparing to send JSON log data. Data length: " << archive.fileSize()
+                       << ", getLogDataIdx: " << kLogDataCode << ", objectRes: " << kAnswerKind;
+    if (robocomm::openMessage()) {
+        archive.start();
+        robocomm::sendStreamLayout(archive, archive.payloadSize(), static_cast<char>(kLogDataCode),
+                                   static_cast<char>(kAnswerKind));
+    }
     robocomm::logOut() << "[DEBUG] sendLargeJsonDataLog call completed.";
 }
 
@@ -80,13 +85,13 @@ bool resGetLogData(const std::string& folderPath) {
     }
     try {
         const std::string archivePath = compressFolderToTarGz(folderPath);
-        const CompressedFile_t archive = readCompressedFile(archivePath);
+        robocomm::ArchivePayload archive(archivePath);
         const std::string archiveName = fs::path(archivePath).filename().string();
-        if (robocomm::logArchiveFits(archive.size)) {
+        if (robocomm::logArchiveFits(archive.fileSize())) {
             sendArchive(archive, archiveName);
         } else {
-            robocomm::logOut() << "[DEBUG] dataLength (" << archive.size << ") exceeds MAX_SIZE_LOG (" << MAX_SIZE_LOG
-                      << "). Skipping send.";
+            robocomm::logOut() << "[DEBUG] dataLength (" << archive.fileSize() << ") exceeds MAX_SIZE_LOG ("
+                               << MAX_SIZE_LOG << "). Skipping send.";
         }
         fs::remove(archivePath);
         return true;

@@ -7,6 +7,7 @@
 
 #include "link/log_lines.h"
 #include "robocomm/security.h"
+#include "security/payload_streams.h"
 
 namespace {
 
@@ -57,6 +58,39 @@ void encryptData(const unsigned char* data, unsigned long length, std::vector<un
 void encryptData(const std::string& plain, std::vector<unsigned char>& out, unsigned char* key, unsigned char* iv) {
     encryptData(reinterpret_cast<const unsigned char*>(plain.data()), plain.size(), out, key, iv);
 }
+
+namespace robocomm {
+
+EncryptStream::EncryptStream(const unsigned char* key, const unsigned char* iv) : context_(EVP_CIPHER_CTX_new()) {
+    if (!context_) {
+        complain("EVP_CIPHER_CTX 초기화 실패");
+    } else if (EVP_EncryptInit_ex(context_.get(), EVP_aes_128_cbc(), nullptr, key, iv) != 1) {
+        complain("EVP_EncryptInit_ex 실패");
+        context_.reset();
+    }
+}
+
+// Pieces stay far below INT_MAX, the most EVP takes in one count. Neither step
+// fails for AES-CBC on a set-up context, so a failure is only reported.
+size_t EncryptStream::update(const unsigned char* data, size_t length, unsigned char* out) {
+    int written = 0;
+    if (!context_ || EVP_EncryptUpdate(context_.get(), out, &written, data, static_cast<int>(length)) != 1) {
+        if (context_) complain("EVP_EncryptUpdate 실패");
+        return 0;
+    }
+    return static_cast<size_t>(written);
+}
+
+size_t EncryptStream::finish(unsigned char* out) {
+    int written = 0;
+    if (!context_ || EVP_EncryptFinal_ex(context_.get(), out, &written) != 1) {
+        if (context_) complain("EVP_EncryptFinal_ex 실패");
+        return 0;
+    }
+    return static_cast<size_t>(written);
+}
+
+}  // namespace robocomm
 
 std::string decryptData(const std::string& cipher, unsigned char* key, unsigned char* iv) {
     CipherContext ctx(EVP_CIPHER_CTX_new());
