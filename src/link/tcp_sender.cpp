@@ -135,7 +135,7 @@ ChunkedMessage::ChunkedMessage(size_t textLength, char identifier, char object)
         cipher_.emplace(key, iv);
         // A cipher that could not be set up yields no payload, and so no frame.
         payloadSize_ = cipher_->ok() ? EncryptStream::cipherLength(textLength) : 0;
-        cipherPiece_.resize(kCipherPiece + 16);
+        cipherPiece_.reset(new unsigned char[std::min(textLength, kCipherPiece) + 16]);
     }
     parts_ = chunkCount(payloadSize_);
     frame_ = chunkFrameBuffer(payloadSize_);
@@ -149,14 +149,14 @@ bool ChunkedMessage::write(const char* text, size_t length) {
     }
     for (size_t done = 0; live_ && done < length;) {
         const size_t piece = std::min(kCipherPiece, length - done);
-        append(cipherPiece_.data(), cipher_->update(bytes + done, piece, cipherPiece_.data()));
+        append(cipherPiece_.get(), cipher_->update(bytes + done, piece, cipherPiece_.get()));
         done += piece;
     }
     return live_;
 }
 
 void ChunkedMessage::finish() {
-    if (live_ && cipher_) append(cipherPiece_.data(), cipher_->finish(cipherPiece_.data()));
+    if (live_ && cipher_) append(cipherPiece_.get(), cipher_->finish(cipherPiece_.get()));
     if (live_) logOut() << "Large JSON data sent to client";
 }
 

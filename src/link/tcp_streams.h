@@ -8,7 +8,6 @@
 #include <cstddef>
 #include <memory>
 #include <optional>
-#include <vector>
 
 #include "security/payload_streams.h"
 
@@ -45,7 +44,8 @@ private:
     size_t part_ = 1;
     size_t filled_ = 0;
     std::unique_ptr<unsigned char[]> frame_;
-    std::vector<unsigned char> cipherPiece_;
+    // Ciphertext of one piece of text: a block more than the piece.
+    std::unique_ptr<unsigned char[]> cipherPiece_;
 };
 
 // A payload that can be read from its start more than once.
