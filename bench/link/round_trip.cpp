@@ -46,6 +46,19 @@ double percentile(std::vector<double> values, double share) {
     return values[index];
 }
 
+// The robot program was just started: its server may not listen yet.
+Link connectWhenServing(const LinkOptions& options) {
+    const Deadline patience = Deadline::after(std::chrono::seconds(5));
+    for (;;) {
+        try {
+            return Link(options);
+        } catch (const Failure&) {
+            if (patience.passed()) throw;
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -60,7 +73,7 @@ int main(int argc, char** argv) {
         }
     }
     try {
-        Link link(options);
+        Link link = connectWhenServing(options);
         std::mt19937 random(20261125);
         std::uniform_int_distribution<int> jitter(0, kJitterMicros);
         std::printf("| command | p50 | p90 | p99 | worst |\n|---|---|---|---|---|\n");
