@@ -18,14 +18,7 @@ namespace {
 
 const unsigned char* bytesOf(const std::string& text) { return reinterpret_cast<const unsigned char*>(text.data()); }
 
-class StreamedAnswers : public testing::TestWithParam<int> {
-protected:
-    void SetUp() override {
-        API_GenerateKey();
-        enableEnc = static_cast<unsigned char>(GetParam());
-    }
-    void TearDown() override { enableEnc = 1; }
-};
+using StreamedAnswers = EitherEncryption;
 
 INSTANTIATE_TEST_SUITE_P(PlainAndEncrypted, StreamedAnswers, testing::Values(0, 1));
 

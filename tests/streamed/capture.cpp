@@ -17,6 +17,13 @@ extern "C" int usleep(useconds_t) { return 0; }
 
 namespace streamtest {
 
+void EitherEncryption::SetUp() {
+    API_GenerateKey();
+    enableEnc = static_cast<unsigned char>(GetParam());
+}
+
+void EitherEncryption::TearDown() { enableEnc = 1; }
+
 Sent sendThrough(const std::function<void()>& send) {
     int ends[2];
     if (socketpair(AF_UNIX, SOCK_STREAM, 0, ends) != 0) return {};

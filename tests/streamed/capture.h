@@ -5,10 +5,19 @@
 // the library's framing code.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <functional>
 #include <string>
 
 namespace streamtest {
+
+// Each test runs with encryption off (parameter 0) and on (1), the key derived.
+class EitherEncryption : public testing::TestWithParam<int> {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+};
 
 struct Sent {
     std::string wire;

@@ -19,14 +19,8 @@
 namespace streamtest {
 namespace {
 
-class StreamedLog : public testing::TestWithParam<int> {
+class StreamedLog : public EitherEncryption {
 protected:
-    void SetUp() override {
-        API_GenerateKey();
-        enableEnc = static_cast<unsigned char>(GetParam());
-    }
-    void TearDown() override { enableEnc = 1; }
-
     robotest::TempDir dir_;
 };
 
