@@ -135,7 +135,6 @@ ChunkedMessage::ChunkedMessage(size_t textLength, char identifier, char object)
         cipher_.emplace(key, iv);
         // A cipher that could not be set up yields no payload, and so no frame.
         payloadSize_ = cipher_->ok() ? EncryptStream::cipherLength(textLength) : 0;
-        cipherPiece_.reset(new unsigned char[std::min(textLength, kCipherPiece) + 16]);
     }
     parts_ = chunkCount(payloadSize_);
     frame_ = chunkFrameBuffer(payloadSize_);
@@ -149,15 +148,40 @@ bool ChunkedMessage::write(const char* text, size_t length) {
     }
     for (size_t done = 0; live_ && done < length;) {
         const size_t piece = std::min(kCipherPiece, length - done);
-        append(cipherPiece_.get(), cipher_->update(bytes + done, piece, cipherPiece_.get()));
+        // CBC gives out whole blocks of what it has taken in so far.
+        const size_t coming = (enciphered_ + piece) / 16 * 16 - enciphered_ / 16 * 16;
+        enciphered_ += piece;
+        unsigned char* out = cipherRoom(coming);
+        placeCipher(out, cipher_->update(bytes + done, piece, out));
         done += piece;
     }
     return live_;
 }
 
 void ChunkedMessage::finish() {
-    if (live_ && cipher_) append(cipherPiece_.get(), cipher_->finish(cipherPiece_.get()));
+    if (live_ && cipher_) {
+        unsigned char* out = cipherRoom(16);
+        placeCipher(out, cipher_->finish(out));
+    }
     if (live_) logOut() << "Large JSON data sent to client";
+}
+
+// Ciphertext goes straight into the frame where it fits (a small answer never
+// needs more), otherwise through a piece of its own.
+unsigned char* ChunkedMessage::cipherRoom(size_t coming) {
+    if (part_ <= parts_ && static_cast<size_t>(chunkSlice(part_, payloadSize_).length()) - filled_ >= coming)
+        return frame_.get() + kHeaderSize + filled_;
+    if (!cipherPiece_) cipherPiece_.reset(new unsigned char[kCipherPiece + 16]);
+    return cipherPiece_.get();
+}
+
+void ChunkedMessage::placeCipher(const unsigned char* out, size_t length) {
+    if (out != cipherPiece_.get()) {
+        filled_ += length;
+        if (part_ <= parts_ && filled_ == static_cast<size_t>(chunkSlice(part_, payloadSize_).length())) sendFrame();
+        return;
+    }
+    append(out, length);
 }
 
 void ChunkedMessage::append(const unsigned char* payload, size_t length) {

@@ -33,6 +33,8 @@ public:
 
 private:
     void append(const unsigned char* payload, size_t length);
+    unsigned char* cipherRoom(size_t coming);
+    void placeCipher(const unsigned char* out, size_t length);
     void sendFrame();
 
     char identifier_;
@@ -43,8 +45,11 @@ private:
     size_t parts_ = 0;
     size_t part_ = 1;
     size_t filled_ = 0;
+    // Text bytes given to the cipher so far.
+    size_t enciphered_ = 0;
     std::unique_ptr<unsigned char[]> frame_;
-    // Ciphertext of one piece of text: a block more than the piece.
+    // Ciphertext that does not fit the frame under way: a block more than a
+    // piece of text.
     std::unique_ptr<unsigned char[]> cipherPiece_;
 };
 
