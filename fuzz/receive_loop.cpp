@@ -38,32 +38,43 @@ struct Script {
 
 Script script;
 
-ssize_t scriptedRead(int, void* buffer, size_t size) {
-    while (script.silence == 0) {
-        if (script.end - script.at < 2) {
-            script.at = script.end;
+// Takes the next event of `client`: what a read returns there.
+ssize_t takeEvent(Script& client, void* buffer, size_t size) {
+    while (client.silence == 0) {
+        if (client.end - client.at < 2) {
+            client.at = client.end;
             return 0;
         }
-        const unsigned word = static_cast<unsigned>(script.at[0]) << 8 | script.at[1];
-        script.at += 2;
+        const unsigned word = static_cast<unsigned>(client.at[0]) << 8 | client.at[1];
+        client.at += 2;
         if (word == kFailingRead) {
             errno = ECONNRESET;
             return -1;
         }
         if (word <= robocomm::kMaxFrame) {
-            const size_t count = std::min({size_t{word}, size, static_cast<size_t>(script.end - script.at)});
-            std::memcpy(buffer, script.at, count);
-            script.at += count;
+            const size_t count = std::min({size_t{word}, size, static_cast<size_t>(client.end - client.at)});
+            std::memcpy(buffer, client.at, count);
+            client.at += count;
             return static_cast<ssize_t>(count);
         }
-        script.silence = word & kSilenceMask;
+        client.silence = word & kSilenceMask;
     }
-    --script.silence;
+    --client.silence;
     errno = EAGAIN;
     return -1;
 }
 
-// Empty polls take no time here.
+ssize_t scriptedRead(int, void* buffer, size_t size) { return takeEvent(script, buffer, size); }
+
+// A read's bytes are all queued at once: the wait for a frame still arriving
+// ends at its bound when a read is shorter than its header announces.
+ssize_t scriptedPeek(int, void* buffer, size_t size) {
+    Script ahead = script;
+    return takeEvent(ahead, buffer, size);
+}
+
+// Waits take no time here.
+void noWait(int) {}
 void noPause() {}
 
 // A transfer left under way keeps its buffer, as on a live link; between
@@ -83,7 +94,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size == 0) return 0;
     enableEnc = data[0] & 1;
     script = Script{data + 1, data + size, 0};
-    const robocomm::ClientIo io{scriptedRead, noPause};
+    const robocomm::ClientIo io{scriptedRead, scriptedPeek, noWait, noPause};
     std::vector<unsigned char> buffer(robocomm::kMaxFrame);
     // One client after the other until the input is used up, or until the
     // receive thread would end.

@@ -3,6 +3,12 @@
 #   scripts/bench.sh                 medians of timed repetitions, randomly interleaved
 #   scripts/bench.sh --instructions  instruction counts under callgrind (immune to load)
 #   scripts/bench.sh --smoke         every benchmark for a few iterations (CI)
+#   scripts/bench.sh --memory        the host's peak resident memory while it sends a 100 MiB log bundle
+#   scripts/bench.sh --round-trip [HOST]
+#                                    command round trips, p50 to worst, against the demo host
+#                                    (HOST: its program, default build/tools/robocomm-demo-host).
+#                                    It serves port 10001: where other programs use that port, run it
+#                                    in a network namespace of its own (unshare -n, loopback up).
 source "$(dirname "${BASH_SOURCE[0]}")/setup.sh"
 
 mode=${1:-time}
@@ -12,12 +18,25 @@ out=$(mktemp -d /tmp/robocomm-bench-XXXXXX)
 trap 'rm -rf "$out"' EXIT
 
 case "$mode" in
+  --memory)
+    "$ROOT/build/bench/robocomm_log_bundle_memory"
+    exit
+    ;;
+  --round-trip)
+    host=${2:-$ROOT/build/tools/robocomm-demo-host}
+    "$host" --run-dir "$out" >"$out/host.log" 2>&1 &
+    host_pid=$!
+    trap 'kill $host_pid 2>/dev/null; wait $host_pid 2>/dev/null; rm -rf "$out"' EXIT
+    "$ROOT/build/bench/robocomm_round_trip" --count "${ROUND_TRIPS:-200}"
+    exit
+    ;;
   time)
     "$bench" --benchmark_repetitions=5 --benchmark_enable_random_interleaving=true --benchmark_min_time=0.2 \
       --benchmark_format=json --benchmark_out="$out/runs.json" >/dev/null
     ;;
   --smoke)
     "$bench" --benchmark_min_time=0.000001 --benchmark_format=json --benchmark_out="$out/runs.json" >/dev/null
+    "$ROOT/build/bench/robocomm_log_bundle_memory" --mib 1 >/dev/null
     ;;
   --instructions)
     valgrind --tool=callgrind --collect-atstart=no --callgrind-out-file="$out/callgrind.out" \
@@ -27,7 +46,7 @@ case "$mode" in
     }
     ;;
   *)
-    echo "usage: $0 [--instructions | --smoke]" >&2
+    echo "usage: $0 [--instructions | --smoke | --memory | --round-trip [HOST]]" >&2
     exit 2
     ;;
 esac

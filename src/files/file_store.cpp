@@ -6,13 +6,13 @@
 
 #include <cstdio>
 #include <fstream>
-#include <iostream>
 #include <memory>
 #include <stdexcept>
 #include <vector>
 
 #include <openssl/evp.h>
 
+#include "link/log_lines.h"
 #include "link/process_exit.h"
 #include "robocomm/security.h"
 
@@ -69,7 +69,7 @@ std::string decryptFromStore(const std::vector<unsigned char>& cipher, const uns
                              const unsigned char* fileIv) {
     CipherContext ctx = newCipherContext();
     if (!ctx) {
-        std::cerr << "EVP_CIPHER_CTX 초기화 실패" << std::endl;
+        robocomm::logErr() << "EVP_CIPHER_CTX 초기화 실패";
         return {};
     }
     if (!cipherStepSucceeded(EVP_DecryptInit_ex(ctx.get(), EVP_aes_128_cbc(), nullptr, key, fileIv),
@@ -98,19 +98,19 @@ void API_FileSave(const std::string& data, const std::string& path, const unsign
     if (!file.is_open()) {
         // No error return exists for the caller: losing the map edit silently
         // is worse than stopping the robot's program.
-        std::cerr << "Failed to open file for writing." << std::endl;
+        robocomm::logErr() << "Failed to open file for writing.";
         robocomm::endProcess();
     }
     file.write(reinterpret_cast<const char*>(iv), IV_SIZE);
     file.write(reinterpret_cast<const char*>(cipher.data()), static_cast<std::streamsize>(cipher.size()));
     file.close();
-    std::cout << "Data encrypted and saved to " << path << std::endl;
+    robocomm::logOut() << "Data encrypted and saved to " << path;
 }
 
 std::string API_FileRead(const std::string& path, const unsigned char* key) {
     std::ifstream file(path, std::ios::binary);
     if (!file.is_open()) {
-        std::cerr << "Failed to open file for reading." << std::endl;
+        robocomm::logErr() << "Failed to open file for reading.";
         return {};
     }
     unsigned char fileIv[IV_SIZE] = {};
@@ -136,23 +136,23 @@ bool API_FileExist(const std::string& path) {
 
 void API_FileDelete(const std::string& path) {
     if (!API_FileExist(path)) {
-        std::cerr << "File " << path << " does not exist." << std::endl;
+        robocomm::logErr() << "File " << path << " does not exist.";
         return;
     }
     if (std::remove(path.c_str()) != 0) {
-        std::cerr << "Failed to delete file " << path << "." << std::endl;
+        robocomm::logErr() << "Failed to delete file " << path << ".";
         return;
     }
-    std::cout << "File " << path << " deleted successfully." << std::endl;
+    robocomm::logOut() << "File " << path << " deleted successfully.";
 }
 
 void saveStringToFile(const std::string& path, const std::string& text) {
     std::ofstream file(path, std::ios::trunc);
     if (!file.is_open()) {
-        std::cerr << "Unable to open file for writing: " << path << std::endl;
+        robocomm::logErr() << "Unable to open file for writing: " << path;
         return;
     }
     file << text;
     file.close();
-    std::cout << "String successfully saved to " << path << std::endl;
+    robocomm::logOut() << "String successfully saved to " << path;
 }

@@ -5,13 +5,14 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iostream>
 #include <sstream>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
 
+#include "files/archive_payload.h"
 #include "link/frame.h"
+#include "link/log_lines.h"
 #include "robocomm/files.h"
 #include "robocomm/link.h"
 
@@ -28,16 +29,20 @@ bool isDirectory(const std::string& path) {
     return fs::is_directory(fs::status(path, ignored));
 }
 
-void sendArchive(const CompressedFile_t& archive, const std::string& archiveName) {
-    std::cout << "[DEBUG] dataLength (" << archive.size << ") is within the allowed maximum size ("
-              << MAX_SIZE_LOG << ")." << std::endl;
-    std::cout << "[DEBUG] Creating JSON log data using compressedFileName: " << archiveName << std::endl;
-    std::cout << "[DEBUG] Preparing to send JSON log data. Data length: " << archive.size
-              << ", getLogDataIdx: " << kLogDataCode << ", objectRes: " << kAnswerKind << std::endl;
-    sendLargeJsonDataLog(reinterpret_cast<const unsigned char*>(archive.data.data()),
-                         static_cast<int>(archive.size), static_cast<char>(kLogDataCode),
-                         static_cast<char>(kAnswerKind));
-    std::cout << "[DEBUG] sendLargeJsonDataLog call completed." << std::endl;
+// The archive is read twice, once for the digest of what is sent and once to
+// send it, so that only a piece of it is held at a time.
+void sendArchive(robocomm::ArchivePayload& archive, const std::string& archiveName) {
+    robocomm::logOut() << "[DEBUG] dataLength (" << archive.fileSize() << ") is within the allowed maximum size ("
+                       << MAX_SIZE_LOG << ").";
+    robocomm::logOut() << "[DEBUG] Creating JSON log data using compressedFileName: " << archiveName;
+    robocomm::logOut() << "[DEBUG] Preparing to send JSON log data. Data length: " << archive.fileSize()
+                       << ", getLogDataIdx: " << kLogDataCode << ", objectRes: " << kAnswerKind;
+    if (robocomm::openMessage()) {
+        archive.start();
+        robocomm::sendStreamLayout(archive, archive.payloadSize(), static_cast<char>(kLogDataCode),
+                                   static_cast<char>(kAnswerKind));
+    }
+    robocomm::logOut() << "[DEBUG] sendLargeJsonDataLog call completed.";
 }
 
 }  // namespace
@@ -75,23 +80,23 @@ CompressedFile_t readCompressedFile(const std::string& path) {
 
 bool resGetLogData(const std::string& folderPath) {
     if (!isDirectory(folderPath)) {
-        std::cerr << "Folder does not exist: " << folderPath << std::endl;
+        robocomm::logErr() << "Folder does not exist: " << folderPath;
         return false;
     }
     try {
         const std::string archivePath = compressFolderToTarGz(folderPath);
-        const CompressedFile_t archive = readCompressedFile(archivePath);
+        robocomm::ArchivePayload archive(archivePath);
         const std::string archiveName = fs::path(archivePath).filename().string();
-        if (robocomm::logArchiveFits(archive.size)) {
+        if (robocomm::logArchiveFits(archive.fileSize())) {
             sendArchive(archive, archiveName);
         } else {
-            std::cout << "[DEBUG] dataLength (" << archive.size << ") exceeds MAX_SIZE_LOG (" << MAX_SIZE_LOG
-                      << "). Skipping send." << std::endl;
+            robocomm::logOut() << "[DEBUG] dataLength (" << archive.fileSize() << ") exceeds MAX_SIZE_LOG ("
+                               << MAX_SIZE_LOG << "). Skipping send.";
         }
         fs::remove(archivePath);
         return true;
     } catch (const std::exception& e) {
-        std::cerr << "Error: " << e.what() << std::endl;
+        robocomm::logErr() << "Error: " << e.what();
         return false;
     }
 }

@@ -1,9 +1,9 @@
 // The log bundle as a JSON document, for the host's own use; the answer to
 // LogData streams the raw archive instead.
 #include <fstream>
-#include <iostream>
 
 #include "responses/document.h"
+#include "link/log_lines.h"
 #include "robocomm/files.h"
 #include "robocomm/security.h"
 
@@ -45,11 +45,11 @@ Json::Value createJsonLogDataFile(const std::string& name, const unsigned char* 
     Json::Value document = createJsonLogData(name, data, length);
     std::ofstream file(outputPath, std::ios::binary | std::ios::trunc);
     if (!file.is_open()) {
-        std::cerr << "JSON 파일을 저장할 수 없습니다: " << outputPath << std::endl;
+        robocomm::logErr() << "JSON 파일을 저장할 수 없습니다: " << outputPath;
         return document;
     }
     writeLogText(file, document);
     file.close();
-    std::cout << "JSON 파일 생성 완료: " << outputPath << std::endl;
+    robocomm::logOut() << "JSON 파일 생성 완료: " << outputPath;
     return document;
 }

@@ -1,6 +1,5 @@
 // Brings the last map edit the client sent back from the encrypted store:
 // re-posted into its mailbox, or handed straight to the host.
-#include <iostream>
 #include <mutex>
 #include <stdexcept>
 
@@ -8,6 +7,7 @@
 
 #include "intake/command_table.h"
 #include "intake/mailbox_access.h"
+#include "link/log_lines.h"
 #include "robocomm/files.h"
 #include "robocomm/intake.h"
 #include "robocomm/security.h"
@@ -20,13 +20,13 @@ namespace {
 template <typename UseRecord>
 bool withStoredMapEdit(const char* entryPoint, UseRecord useRecord) {
     try {
-        std::cout << "Starting " << entryPoint << "..." << std::endl;
+        robocomm::logOut() << "Starting " << entryPoint << "...";
         const std::string text = API_FileRead(mapEditFilePath, key);
         if (text.empty()) {
-            std::cout << "Failed to decrypt file or file is empty." << std::endl;
+            robocomm::logOut() << "Failed to decrypt file or file is empty.";
             return false;
         }
-        std::cout << "Decrypted File Content: " << text << std::endl;
+        robocomm::logOut() << "Decrypted File Content: " << text;
 
         Json::Value root;
         if (!robocomm::parseDocument(text, root)) {
@@ -36,9 +36,9 @@ bool withStoredMapEdit(const char* entryPoint, UseRecord useRecord) {
         useRecord(parseBypassOneData(robocomm::commandNode(root, "ByPass")));
         return true;
     } catch (const std::exception& e) {
-        std::cout << "Exception caught in " << entryPoint << ": " << e.what() << std::endl;
+        robocomm::logOut() << "Exception caught in " << entryPoint << ": " << e.what();
     } catch (...) {
-        std::cout << "Unknown error occurred in " << entryPoint << "." << std::endl;
+        robocomm::logOut() << "Unknown error occurred in " << entryPoint << ".";
     }
     return false;
 }
@@ -54,7 +54,7 @@ bool API_FileDataApply() {
             static_cast<ByPassOneData_t&>(globalSetByPassOne) = record;
             robocomm::storePending(globalSetByPassOne.pending, 1);
         }
-        std::cout << "Bypass One Data parsed successfully. UID: " << record.uid << std::endl;
+        robocomm::logOut() << "Bypass One Data parsed successfully. UID: " << record.uid;
     });
 }
 

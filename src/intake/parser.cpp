@@ -8,6 +8,7 @@
 #include "intake/command_table.h"
 #include "intake/immediate_commands.h"
 #include "intake/mailbox_access.h"
+#include "link/log_lines.h"
 #include "robocomm/intake.h"
 #include "robocomm/security.h"
 
@@ -46,7 +47,7 @@ bool parseDocument(const std::string& text, Json::Value& root) {
     if (reader->parse(text.data(), text.data() + text.size(), &root, &errors)) {
         return true;
     }
-    std::cout << "Failed to parse JSON: " << errors << std::endl;
+    robocomm::logOut() << "Failed to parse JSON: " << errors;
     return false;
 }
 

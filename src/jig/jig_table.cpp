@@ -2,11 +2,11 @@
 // number until the host collects them; blocks to the jig go out over UDP.
 #include "robocomm/jig.h"
 
-#include <iostream>
 #include <mutex>
 #include <utility>
 
 #include "link/frame.h"
+#include "link/log_lines.h"
 #include "robocomm/link.h"
 
 JigData_t jigDataArray[JIG_COMMAND_COUNT];
@@ -19,7 +19,7 @@ namespace {
 std::mutex tableMutex;
 
 void reportInvalidCommand(int command) {
-    std::cerr << "Invalid command: " << command << std::endl;
+    robocomm::logErr() << "Invalid command: " << command;
 }
 
 }  // namespace
@@ -37,14 +37,14 @@ void parseJigData(int command, const std::vector<unsigned char>& data) {
     std::lock_guard<std::mutex> lock(tableMutex);
     JigData_t& slot = jigDataArray[command];
     if (slot.length > 0) {
-        std::cout << "Command " << command << " already has data. Overwriting existing data." << std::endl;
+        robocomm::logOut() << "Command " << command << " already has data. Overwriting existing data.";
     }
     slot.command = command;
     // An empty block is kept as one zero byte so that the slot reads as
     // occupied and the host still sees that the command arrived.
     slot.data = data.empty() ? std::vector<unsigned char>{0} : data;
     slot.length = static_cast<int32_t>(slot.data.size());
-    std::cout << "Data stored for command " << command << std::endl;
+    robocomm::logOut() << "Data stored for command " << command;
 }
 
 bool API_RecvJigData(int command, std::vector<unsigned char>& out) {

@@ -55,4 +55,19 @@ inline FrameHeader readHeader(const unsigned char* in) {
     return h;
 }
 
+// How many bytes the frame that begins with `head` (`available` bytes of it
+// so far) has to hold before it is read as one: a whole header first; then
+// the header and the slice its part carries in the chunked layout, or the
+// header and digest that open a firmware stream, whose image bytes may come
+// in pieces of any size.
+inline size_t announcedFrameLength(const unsigned char* head, size_t available) {
+    if (available < kHeaderSize) return kHeaderSize;
+    const FrameHeader h = readHeader(head);
+    if (h.identifier == kOtaDataCode && h.object == kKindOtaData) return kHeaderSize + kDigestSize;
+    const uint64_t start = (static_cast<uint64_t>(h.partNumber) - 1) * kChunkPayload;
+    if (h.partNumber == 0 || start >= h.totalSize) return kHeaderSize;
+    const uint64_t slice = h.totalSize - start < kChunkPayload ? h.totalSize - start : kChunkPayload;
+    return kHeaderSize + static_cast<size_t>(slice);
+}
+
 }  // namespace robocomm

@@ -1,7 +1,7 @@
 // Serving one accepted client, the inner loop of the receive thread. The
-// socket read and the pause after an empty poll come in from the caller, so
-// the loop can also be driven through scripted reads, silences and closes,
-// without a network or a clock.
+// socket calls and the waits come in from the caller, so the loop can also be
+// driven through scripted reads, silences and closes, without a network or a
+// clock.
 #pragma once
 
 #include <sys/types.h>
@@ -14,8 +14,13 @@ namespace robocomm {
 struct ClientIo {
     // As recv: the count read, 0 when the peer closed, or -1 with errno set.
     ssize_t (*read)(int fd, void* buffer, size_t size);
-    // Waits between an empty poll and the next.
-    void (*pause)();
+    // As read, but the bytes stay queued for the next read.
+    ssize_t (*peek)(int fd, void* buffer, size_t size);
+    // After an empty poll: returns once the client has sent something or
+    // closed, and after 100 ms at the latest.
+    void (*awaitBytes)(int fd);
+    // While a frame is still arriving: one short wait before looking again.
+    void (*pauseBriefly)();
 };
 
 // Polls clientfd until the client leaves or the server stops, then closes

@@ -1,11 +1,14 @@
 // Server lifecycle and the receive thread: one client at a time on port
-// 10001, polled without blocking, each read taken as one frame.
+// 10001, polled without blocking, each read taken as one frame; between
+// empty polls the thread waits for the client's next bytes.
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <condition_variable>
 #include <cstdio>
 #include <exception>
@@ -24,7 +27,13 @@ namespace {
 
 constexpr uint16_t kServerPort = 10001;
 constexpr int kListenBacklog = 5;
-constexpr useconds_t kPollPauseMicros = 100000;
+// Longest wait after an empty poll: a command that arrives during it is read
+// at once, and silence still gives one empty poll per pause.
+constexpr std::chrono::milliseconds kPollPause(100);
+// A frame that is still arriving is looked at again every 2 ms, for no longer
+// than one poll pause.
+constexpr useconds_t kArrivalLookMicros = 2000;
+constexpr int kArrivalLooks = 50;
 // Empty polls in a row tolerated before a partial message is dropped: the
 // 52nd (about 5.2 s of silence) clears it.
 constexpr int kEmptyPollsKept = 50;
@@ -109,9 +118,25 @@ void releaseListener() {
 
 ssize_t readSocket(int fd, void* buffer, size_t size) { return recv(fd, buffer, size, 0); }
 
-void pauseBetweenPolls() { usleep(kPollPauseMicros); }
+ssize_t peekSocket(int fd, void* buffer, size_t size) { return recv(fd, buffer, size, MSG_PEEK | MSG_DONTWAIT); }
 
-constexpr robocomm::ClientIo kSocketIo{readSocket, pauseBetweenPolls};
+// Only the client wakes this wait, not a stop: the loop then sees `running`
+// cleared within one pause, as when it slept. A signal does not shorten it,
+// so silence keeps its rate of empty polls.
+void awaitClient(int fd) {
+    using Clock = std::chrono::steady_clock;
+    const auto deadline = Clock::now() + kPollPause;
+    pollfd client{fd, POLLIN, 0};
+    for (;;) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+        if (left.count() <= 0) return;
+        if (poll(&client, 1, static_cast<int>(left.count())) >= 0 || errno != EINTR) return;
+    }
+}
+
+void lookAgainShortly() { usleep(kArrivalLookMicros); }
+
+constexpr robocomm::ClientIo kSocketIo{readSocket, peekSocket, awaitClient, lookAgainShortly};
 
 void watchForVanishedPeer(int fd) {
     const int on = 1;
@@ -138,7 +163,7 @@ enum class Pass { Continue, ClientGone, ThreadEnds };
 Pass waitForData(robocomm::Connection& connection, const robocomm::ClientIo& io) {
     std::printf("Wait ... \n");
     std::fflush(stdout);
-    io.pause();
+    io.awaitBytes(clientfd);
     if (waitClear++ <= kEmptyPollsKept) return Pass::Continue;
     // The connection stays; only the partial message goes. The firmware
     // buffer is deliberately not released here.
@@ -147,9 +172,29 @@ Pass waitForData(robocomm::Connection& connection, const robocomm::ClientIo& io)
     return Pass::Continue;
 }
 
+// Each read is taken as one frame, so a frame that is still arriving (a slow
+// radio link delivers it in pieces) must not be read before it is whole. The
+// header is only read while no message is under way; then the loop waits for
+// the bytes it announces, never longer than the pause that used to give them
+// time, and reads whatever has come by then.
+void awaitWholeFrame(const robocomm::Connection& connection, std::vector<unsigned char>& buffer,
+                     const robocomm::ClientIo& io) {
+    if (connection.expectedParts != 0) return;
+    const auto deadline = std::chrono::steady_clock::now() + kPollPause;
+    for (int look = 0; look < kArrivalLooks; ++look) {
+        const ssize_t queued = io.peek(clientfd, buffer.data(), buffer.size());
+        if (queued <= 0) return;
+        const auto have = static_cast<size_t>(queued);
+        if (have >= robocomm::announcedFrameLength(buffer.data(), have)) return;
+        if (std::chrono::steady_clock::now() >= deadline) return;
+        io.pauseBriefly();
+    }
+}
+
 // One poll of the client socket.
 Pass pollClient(robocomm::Connection& connection, std::vector<unsigned char>& buffer, const robocomm::ClientIo& io) {
     SetNonBlockingMode(clientfd);
+    awaitWholeFrame(connection, buffer, io);
     const ssize_t count = io.read(clientfd, buffer.data(), buffer.size());
     if (count > 0) {
         std::printf("recv : %d \n", static_cast<int>(count));

@@ -2,11 +2,14 @@
 
 #include <json/writer.h>
 
+#include <algorithm>
 #include <memory>
 #include <ostream>
 #include <streambuf>
+#include <vector>
 
 #include "link/frame.h"
+#include "link/tcp_streams.h"
 #include "robocomm/link.h"
 
 namespace robocomm {
@@ -43,6 +46,9 @@ struct DocumentWriter {
 
 // Most answers fit, so they take one allocation.
 constexpr size_t kFirstReserve = 512;
+// Data characters written at once into a streamed answer: whole groups of
+// base64, and a third of the bytes a whole frame carries.
+constexpr size_t kDataPiece = 16384;
 
 }  // namespace
 
@@ -62,6 +68,23 @@ std::string writeDocument(const Json::Value& document) {
 size_t emptyDataEnd(const std::string& text) {
     static constexpr char kMember[] = "\"data\" : \"\"";
     return text.find(kMember) + sizeof kMember - 2;
+}
+
+bool writtenVerbatim(const std::string& text) {
+    return std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~' && c != '"' && c != '\\'; });
+}
+
+void sendAnswerWithData(const std::string& text, size_t length, const DataPiece& piece, int code) {
+    const size_t at = emptyDataEnd(text);
+    ChunkedMessage message(text.size() + length, static_cast<char>(code), static_cast<char>(kKindAnswer));
+    bool live = message.write(text.data(), at);
+    std::vector<char> scratch(live ? std::min(length, kDataPiece) : 0);
+    for (size_t from = 0; live && from < length; from += kDataPiece) {
+        const size_t count = std::min(kDataPiece, length - from);
+        live = message.write(piece(scratch.data(), from, count), count);
+    }
+    if (live) message.write(text.data() + at, text.size() - at);
+    message.finish();
 }
 
 // Codes above 127 (the 251 and 252 set commands) keep their byte on the wire

@@ -5,6 +5,7 @@
 #include <json/value.h>
 
 #include <cstring>
+#include <functional>
 #include <string>
 
 namespace robocomm {
@@ -30,6 +31,19 @@ std::string withDataText(const std::string& text, size_t length, Fill fill) {
     std::memcpy(out.data() + at + length, text.data() + at, text.size() - at);
     return out;
 }
+
+// Whether the writer copies `text` into a JSON string as it is: printable
+// ASCII without quotes or backslashes, which need no escaping.
+bool writtenVerbatim(const std::string& text);
+
+// Writes data characters [from, from + count) and returns where they are:
+// at `scratch` (room for the count) or wherever they already lie.
+using DataPiece = std::function<const char*(char* scratch, size_t from, size_t count)>;
+
+// The answer withDataText would make of `text`, `length` characters of data
+// given by `piece`, sent while it is written: the document is never held
+// whole, only a piece of its data and a frame.
+void sendAnswerWithData(const std::string& text, size_t length, const DataPiece& piece, int code);
 
 // "Response" -> "Get" -> name, the body of a get answer. The body is
 // created null, so a builder that sets nothing writes null there.

@@ -5,7 +5,9 @@
 #include <iostream>
 #include <memory>
 
+#include "link/log_lines.h"
 #include "robocomm/security.h"
+#include "security/payload_streams.h"
 
 namespace {
 
@@ -14,7 +16,7 @@ struct CipherContextFree {
 };
 using CipherContext = std::unique_ptr<EVP_CIPHER_CTX, CipherContextFree>;
 
-void complain(const char* text) { std::cerr << text << std::endl; }
+void complain(const char* text) { robocomm::logErr() << text; }
 
 // Decryption reports every failure through an empty result alone.
 std::string failedDecryption(const char* text) {
@@ -57,6 +59,39 @@ void encryptData(const std::string& plain, std::vector<unsigned char>& out, unsi
     encryptData(reinterpret_cast<const unsigned char*>(plain.data()), plain.size(), out, key, iv);
 }
 
+namespace robocomm {
+
+EncryptStream::EncryptStream(const unsigned char* key, const unsigned char* iv) : context_(EVP_CIPHER_CTX_new()) {
+    if (!context_) {
+        complain("EVP_CIPHER_CTX 초기화 실패");
+    } else if (EVP_EncryptInit_ex(context_.get(), EVP_aes_128_cbc(), nullptr, key, iv) != 1) {
+        complain("EVP_EncryptInit_ex 실패");
+        context_.reset();
+    }
+}
+
+// Pieces stay far below INT_MAX, the most EVP takes in one count. Neither step
+// fails for AES-CBC on a set-up context, so a failure is only reported.
+size_t EncryptStream::update(const unsigned char* data, size_t length, unsigned char* out) {
+    int written = 0;
+    if (!context_ || EVP_EncryptUpdate(context_.get(), out, &written, data, static_cast<int>(length)) != 1) {
+        if (context_) complain("EVP_EncryptUpdate 실패");
+        return 0;
+    }
+    return static_cast<size_t>(written);
+}
+
+size_t EncryptStream::finish(unsigned char* out) {
+    int written = 0;
+    if (!context_ || EVP_EncryptFinal_ex(context_.get(), out, &written) != 1) {
+        if (context_) complain("EVP_EncryptFinal_ex 실패");
+        return 0;
+    }
+    return static_cast<size_t>(written);
+}
+
+}  // namespace robocomm
+
 std::string decryptData(const std::string& cipher, unsigned char* key, unsigned char* iv) {
     CipherContext ctx(EVP_CIPHER_CTX_new());
     if (!ctx) return failedDecryption("EVP_CIPHER_CTX 초기화 실패");
@@ -78,7 +113,10 @@ std::string decryptData(const std::string& cipher, unsigned char* key, unsigned 
 // Only reports: the file store carries on after a failed step. A code outside
 // the table gets the prefix alone, not even a line end, as it always has.
 void handleErrors(EncryptionError code) {
-    std::cerr << "An error occurred during the encryption/decryption process. ";
+    const char* const prefix = "An error occurred during the encryption/decryption process. ";
     const int value = code;
-    if (value >= CipherContextFailed && value <= EncryptFinalFailed) std::cerr << kErrorTexts[value - 1] << std::endl;
+    if (value >= CipherContextFailed && value <= EncryptFinalFailed)
+        robocomm::logErr() << prefix << kErrorTexts[value - 1];
+    else
+        std::cerr << prefix;
 }

@@ -1,5 +1,6 @@
 // SHA-256 digests: raw, as lowercase hex text, and the integrity checks built
 // on them.
+#include <openssl/evp.h>
 #include <openssl/sha.h>
 
 #include <iomanip>
@@ -8,6 +9,7 @@
 
 #include "robocomm/security.h"
 #include "security/hex.h"
+#include "security/payload_streams.h"
 
 namespace robocomm {
 
@@ -23,6 +25,22 @@ std::string hexText(const unsigned char* data, size_t length) {
     std::ostringstream text;
     writeHex(text, data, length);
     return text.str();
+}
+
+// Only an allocation failure stops a digest: it then comes out as zeros, and
+// the client rejects the bundle instead of the host failing.
+DigestStream::DigestStream() : context_(EVP_MD_CTX_new()) {
+    if (context_ && EVP_DigestInit_ex(context_.get(), EVP_sha256(), nullptr) != 1) context_.reset();
+}
+
+void DigestStream::update(const unsigned char* data, size_t length) {
+    if (context_) EVP_DigestUpdate(context_.get(), data, length);
+}
+
+std::array<unsigned char, 32> DigestStream::finish() {
+    std::array<unsigned char, 32> digest{};
+    if (context_) EVP_DigestFinal_ex(context_.get(), digest.data(), nullptr);
+    return digest;
 }
 
 }  // namespace robocomm

@@ -17,6 +17,7 @@
 #include "support/blocked_stdin.h"
 #include "support/output_capture.h"
 #include "support/server_test.h"
+#include "support/stream_writes.h"
 #include "support/temp_dir.h"
 
 namespace {
@@ -159,6 +160,29 @@ TEST_F(MapEditFileTest, MissingOrUnparsableFileIsReportedAndNotPosted) {
               "Starting API_FileDataApply...\nDecrypted File Content: map edit\nFailed to parse JSON: * Line 1, "
               "Column 1\n  Syntax error: value, object or array expected.\n\n");
     EXPECT_EQ(globalSetByPassOne.pending, 0);
+}
+
+// Each line of the store, the map-edit file and the log bundle reaches its
+// stream in one write, so no other thread's line can cut into it.
+TEST_F(MapEditFileTest, EveryLineIsOneWrite) {
+    robotest::StreamWrites streams;
+    API_FileDataApply();
+    API_FileSave(kMapEditRequest, path_, key, iv);
+    ByPassOneData_t record;
+    API_FileDataRead(&record);
+    API_FileDataApply();
+    API_FileSave("not json", path_, key, iv);
+    API_FileDataApply();
+    saveStringToFile(path_, "text");
+    saveStringToFile(dir_.path() + "/missing/file", "text");
+    API_FileDelete(path_);
+    API_FileDelete(path_);
+    resGetLogData(dir_.path() + "/missing");
+    createJsonLogDataFile("bundle", nullptr, 0, dir_.path() + "/missing/bundle.json");
+    createJsonLogDataFile("bundle", nullptr, 0, dir_.path() + "/bundle.json");
+    handleErrors(DecryptFinalFailed);
+    EXPECT_GE(streams.writes().size(), 17u);
+    EXPECT_EQ(streams.brokenLines(), std::vector<std::string>());
 }
 
 // The client's map edit survives in the file and comes back to the host

@@ -11,6 +11,7 @@
 #include "robocomm/jig.h"
 #include "robocomm/link.h"
 #include "support/server_test.h"
+#include "support/stream_writes.h"
 
 namespace {
 
@@ -70,6 +71,20 @@ Bytes collect(int command) {
     for (int attempt = 0; attempt < 250 && !API_RecvJigData(command, out); ++attempt)
         ::usleep(20000);
     return out;
+}
+
+// Each line reaches its stream in one write, so the receive thread's lines
+// cannot cut into a host thread's.
+TEST(JigTable, EveryLineIsOneWrite) {
+    emptyTable();
+    robotest::StreamWrites streams;
+    parseJigData(3, {1});
+    parseJigData(3, {});
+    parseJigData(30, {1});
+    Bytes out;
+    API_RecvJigData(-1, out);
+    EXPECT_EQ(streams.writes().size(), 5u);
+    EXPECT_EQ(streams.brokenLines(), std::vector<std::string>());
 }
 
 TEST_F(JigWireTest, FramesOfKind200ReachTheirSlot) {

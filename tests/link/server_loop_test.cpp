@@ -226,6 +226,39 @@ TEST_F(ServerTest, SilenceDropsThePartialMessageButKeepsTheClient) {
     EXPECT_TRUE(linktest::commandDelivered(client()));
 }
 
+// Between empty polls the loop waits for the client, but never longer than the
+// old pause: silence still gives about ten "Wait" lines a second, not a burst
+// and not a stall.
+TEST_F(ServerTest, SilenceIsPolledAtTheOldRate) {
+    robotest::OutputCapture capture;
+    std::this_thread::sleep_for(std::chrono::seconds(1));
+    const std::string out = capture.finish().out;
+    size_t polls = 0;
+    for (size_t at = out.find("Wait ... \n"); at != std::string::npos; at = out.find("Wait ... \n", at + 1)) ++polls;
+    EXPECT_GE(polls, 3u) << out;
+    EXPECT_LE(polls, 11u) << out;
+}
+
+// A slow radio link delivers a frame in pieces. Written in two pieces 20 ms
+// apart, wherever the cut falls, each frame is still read whole and its
+// command delivered.
+TEST_F(ServerTest, FrameArrivingInPiecesIsReadWhole) {
+    enableEnc = 0;
+    const std::string frame = header(2, 1, 1, 1, 1) + "{}";
+    for (const size_t cut : {1, 5, 9, 10, 11}) {
+        SCOPED_TRACE(cut);
+        robotest::OutputCapture capture;
+        for (int repeat = 0; repeat < 4; ++repeat) {
+            reqGetPosition();
+            client().sendRaw(frame.substr(0, cut), std::chrono::milliseconds(20));
+            client().sendRaw(frame.substr(cut), std::chrono::milliseconds(0));
+            EXPECT_TRUE(linktest::waitUntil([] { return reqGetPosition() == 1; }));
+        }
+        const std::string out = capture.finish().out;
+        EXPECT_FALSE(contains(out, "recv : " + std::to_string(cut) + " \n")) << out;
+    }
+}
+
 // One client at a time: a second one waits in the listen backlog until the
 // first leaves.
 TEST_F(ServerTest, SecondClientIsServedWhenTheFirstLeaves) {
