@@ -11,7 +11,7 @@
 #include "common/link_options.h"
 #include "console/events.h"
 #include "console/http_api.h"
-#include "console/session.h"
+#include "console/robot_events.h"
 
 using namespace robocomm;
 using namespace robocomm::console;
@@ -103,7 +103,8 @@ int serve(const Settings& s) {
     signal(SIGPIPE, SIG_IGN);  // a browser may leave while its answer is on the way
 
     EventHub events;
-    Session session(s.link, events);
+    RobotEvents robotEvents(events, s.link);
+    Session session(s.link, consolePlan(), robotEvents);
     httplib::Server server;
     // Each open page holds one worker with its event stream.
     server.new_task_queue = [] { return new httplib::ThreadPool(16); };
