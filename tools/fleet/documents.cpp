@@ -91,10 +91,12 @@ Json::Value stateBody(const StateParts& parts) {
 
 Json::Value stateEvents(const Json::Value& state) {
     Json::Value events = state;
+    events["positionKnown"] = state.isMember("agvPosition");
     events.removeMember("agvPosition");
     events.removeMember("velocity");
-    events.removeMember("batteryState");
-    events["charging"] = state["batteryState"]["charging"];
+    // The charge in whole percent (as the robot reports it) is news; the
+    // voltage, which flickers, is not.
+    events["batteryState"].removeMember("batteryVoltage");
     return events;
 }
 

@@ -25,7 +25,7 @@ struct StateParts {
 };
 
 Json::Value stateBody(const StateParts& parts);
-// The state without what changes continuously (pose, speed, battery): a
+// The state without what changes continuously (pose, speed, voltage): a
 // state is published when this differs from the last one published.
 Json::Value stateEvents(const Json::Value& state);
 // agvPosition and velocity, or null while the pose is unknown.
