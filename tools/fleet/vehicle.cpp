@@ -19,7 +19,9 @@ SessionPlan fleetPlan() {
     // rest changes slowly.
     plan.polls = {"all-moving-info-v2", "battery-status-v2", "all-moving-info-v2", "robot-status",
                   "all-moving-info-v2", "robot-speed",       "all-moving-info-v2", "error-list"};
-    plan.pollGap = Millis(100);
+    // The link's own pause between frames (150 ms) paces the polls: about
+    // three positions a second.
+    plan.pollGap = Millis(0);
     // A robot that is away or held by another client is tried again after
     // 1 s, then less and less often, up to every 30 s.
     plan.reconnectPause = Millis(1000);
