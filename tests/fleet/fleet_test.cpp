@@ -12,8 +12,12 @@
 #include "common/robot_codes.h"
 #include "fleet/documents.h"
 #include "fleet/instant_actions.h"
+#include "fleet/options.h"
 #include "fleet/order_executor.h"
 #include "fleet/topics.h"
+#include "support/temp_dir.h"
+
+#include <fstream>
 
 namespace robocomm::fleet {
 namespace {
@@ -353,6 +357,43 @@ TEST(Documents, HeadersCountPerTopicAndStateReportsTheRobot) {
     RobotView moved = view;
     moved.pose->x = 3;
     EXPECT_EQ(stateEvents(stateBody({moved, executor, actions, errors, codes, "site", true})), stateEvents(state));
+}
+
+FleetSettings settingsFrom(std::vector<std::string> words) {
+    std::vector<char*> argv;
+    for (std::string& word : words) argv.push_back(word.data());
+    return parseSettings(static_cast<int>(argv.size()), argv.data());
+}
+
+TEST(Options, TheCommandLineOverridesTheSitesConfigFile) {
+    robotest::TempDir folder;
+    const std::string config = folder.path() + "/site.json";
+    std::ofstream(folder.path() + "/password") << "secret\nignored\n";
+    std::ofstream(config) << R"({"broker": "mqtt.site:8883", "map-id": "ward-a", "plain": true, "timeout": 2,
+        "broker-password-file": ")" << folder.path() << R"(/password",
+        "robots": {"A-1": "10.0.0.1", "A-2": "[fd00::2]:10002"},
+        "robot-codes": {"errors": {"LIDAR-BLOCKED": {"label": "lidar blocked", "severity": "fatal"}}}})";
+    const FleetSettings s = settingsFrom({"robocomm-fleet", "--map-id=ward-b", "--config", config, "--robot", "B-1=robot-b"});
+    ASSERT_EQ(s.robots.size(), 3u);
+    EXPECT_EQ(s.robots[1].link.host, "fd00::2");
+    EXPECT_EQ(s.robots[1].link.port, 10002);
+    EXPECT_EQ(s.robots[2].identity.serial, "B-1");
+    EXPECT_EQ(s.robots[2].link.port, 10001);
+    for (const VehicleSettings& robot : s.robots) {
+        EXPECT_EQ(robot.mapId, "ward-b");
+        EXPECT_EQ(robot.broker.host, "mqtt.site");
+        EXPECT_EQ(robot.broker.port, 8883);
+        EXPECT_EQ(robot.broker.password, "secret");
+        EXPECT_TRUE(robot.link.plain);
+        EXPECT_EQ(robot.link.timeout.count(), 2000);
+    }
+    EXPECT_EQ(s.codes.error("LIDAR-BLOCKED").severity, "fatal");
+
+    std::ofstream(config) << R"({"robots": {"A-1": "10.0.0.1"}, "colour": "blue"})";
+    EXPECT_THROW(settingsFrom({"robocomm-fleet", "--config", config}), tools::Failure);
+    EXPECT_THROW(settingsFrom({"robocomm-fleet", "--robot", "A/1=h"}), tools::Failure);
+    EXPECT_THROW(settingsFrom({"robocomm-fleet", "--robot", "A=h", "--robot", "A=g"}), tools::Failure);
+    EXPECT_THROW(settingsFrom({"robocomm-fleet"}), tools::Failure);
 }
 
 }  // namespace

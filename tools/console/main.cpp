@@ -1,7 +1,6 @@
 // robocomm-console: the robot in a browser. One client on the robot link,
 // one web page (and its HTTP API) for the operator.
 #include <httplib.h>
-#include <robocomm/link.h>
 #include <signal.h>
 
 #include <iostream>
@@ -9,6 +8,7 @@
 #include <thread>
 
 #include "common/link_options.h"
+#include "common/tool_main.h"
 #include "console/events.h"
 #include "console/http_api.h"
 #include "console/robot_events.h"
@@ -131,21 +131,12 @@ int serve(const Settings& s) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    try {
-        const Settings settings = parse(argc, argv);
-        if (settings.help) {
-            std::cout << kUsage;
-            return 0;
-        }
-        if (settings.version) {
-            std::string version;
-            APIGetVersion(version);
-            std::cout << "robocomm-console, robocomm library " << version << std::endl;
-            return 0;
-        }
-        return serve(settings);
-    } catch (const Failure& failure) {
-        std::cerr << "robocomm-console: " << failure.what() << std::endl;
-        return static_cast<int>(failure.status());
-    }
+    Settings settings;
+    return toolMain(
+        kTool, kUsage,
+        [&] {
+            settings = parse(argc, argv);
+            return ToolRequest{settings.help, settings.version};
+        },
+        [&] { return serve(settings); });
 }

@@ -1,7 +1,6 @@
 // robocomm-fleet: the robots of a site on an MQTT broker, as VDA 5050 2.1
 // vehicles. main reads the settings and wires one Vehicle per robot; the
 // work lives in the files named after the standard's topics.
-#include <robocomm/link.h>
 #include <signal.h>
 
 #include <ctime>
@@ -10,6 +9,7 @@
 #include <vector>
 
 #include "common/failure.h"
+#include "common/tool_main.h"
 #include "fleet/mqtt_link.h"
 #include "fleet/options.h"
 #include "fleet/vehicle.h"
@@ -55,21 +55,12 @@ int serve(const FleetSettings& s) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    try {
-        const FleetSettings settings = parseSettings(argc, argv);
-        if (settings.help) {
-            std::cout << kUsage;
-            return 0;
-        }
-        if (settings.version) {
-            std::string version;
-            APIGetVersion(version);
-            std::cout << kTool << ", robocomm library " << version << std::endl;
-            return 0;
-        }
-        return serve(settings);
-    } catch (const Failure& failure) {
-        std::cerr << kTool << ": " << failure.what() << std::endl;
-        return static_cast<int>(failure.status());
-    }
+    FleetSettings settings;
+    return toolMain(
+        kTool, kUsage,
+        [&] {
+            settings = parseSettings(argc, argv);
+            return ToolRequest{settings.help, settings.version};
+        },
+        [&] { return serve(settings); });
 }

@@ -298,13 +298,18 @@ void OrderExecutor::describe(Json::Value& state) const {
     state["orderUpdateId"] = static_cast<Json::Int64>(orderUpdateId_);
     state["lastNodeId"] = lastNodeId_;
     state["lastNodeSequenceId"] = static_cast<Json::Int64>(lastNodeSequenceId_);
+    const auto described = [](const Element& element, const std::string& kind) {
+        Json::Value item;
+        item[kind + "Id"] = element.id;
+        item["sequenceId"] = static_cast<Json::Int64>(element.sequenceId);
+        item["released"] = element.released;
+        const Json::Value& description = element.order[kind + "Description"];
+        if (description.isString()) item[kind + "Description"] = description;
+        return item;
+    };
     Json::Value nodeStates(Json::arrayValue);
     for (const Node& node : nodes_) {
-        Json::Value item;
-        item["nodeId"] = node.id;
-        item["sequenceId"] = static_cast<Json::Int64>(node.sequenceId);
-        item["released"] = node.released;
-        if (node.order["nodeDescription"].isString()) item["nodeDescription"] = node.order["nodeDescription"];
+        Json::Value item = described(node, "node");
         const Json::Value& position = node.order["nodePosition"];
         if (position.isObject())
             for (const char* key : {"x", "y", "theta", "mapId"})
@@ -312,14 +317,7 @@ void OrderExecutor::describe(Json::Value& state) const {
         nodeStates.append(item);
     }
     Json::Value edgeStates(Json::arrayValue);
-    for (const Edge& edge : edges_) {
-        Json::Value item;
-        item["edgeId"] = edge.id;
-        item["sequenceId"] = static_cast<Json::Int64>(edge.sequenceId);
-        item["released"] = edge.released;
-        if (edge.order["edgeDescription"].isString()) item["edgeDescription"] = edge.order["edgeDescription"];
-        edgeStates.append(item);
-    }
+    for (const Edge& edge : edges_) edgeStates.append(described(edge, "edge"));
     state["nodeStates"] = nodeStates;
     state["edgeStates"] = edgeStates;
 }

@@ -46,18 +46,15 @@ public:
     void describe(Json::Value& state) const;
 
 private:
-    struct Node {
+    // A node or an edge.
+    struct Element {
         Json::Value order;  // as the order gave it
         std::string id;
         int64_t sequenceId = 0;
         bool released = false;
     };
-    struct Edge {
-        Json::Value order;
-        std::string id;
-        int64_t sequenceId = 0;
-        bool released = false;
-    };
+    using Node = Element;
+    using Edge = Element;
 
     // What is wrong with the order's layout ("nodes[2].sequenceId ..."), empty when nothing.
     std::string layoutError(const Json::Value& order) const;
