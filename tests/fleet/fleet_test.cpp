@@ -162,6 +162,22 @@ TEST_F(Machines, DrivesAnOrderNodeByNodeAndEndsWithNoNodesLeft) {
     EXPECT_EQ(state()["lastNodeSequenceId"], 4);
 }
 
+TEST_F(Machines, AMoveTheRobotDidNotTakeIsSentAgainWithTheNextPose) {
+    const Pose start = at(0);
+    executor.receive(order("o1", 0, 0, 2, 2), &start);
+    executor.advance(start, false);
+    robot.answer("the robot is unreachable");
+    EXPECT_EQ(errorTypes(), "noRouteError ");
+    executor.advance(start, false);
+    robot.answer("the robot is unreachable");
+    EXPECT_EQ(errorTypes(), "noRouteError ") << "said once";
+    executor.advance(start, false);
+    robot.answer();
+    EXPECT_EQ(errorTypes(), "");
+    executor.advance(at(1), false);
+    EXPECT_EQ(nodeIds(), "");
+}
+
 TEST_F(Machines, AnUpdateExtendsTheBaseFromItsLastNode) {
     const Pose start = at(0);
     executor.receive(order("o1", 0, 0, 3, 2), &start);  // n0 n1 released, n2 horizon

@@ -234,9 +234,13 @@ void OrderExecutor::advance(const Pose& pose, bool paused) {
                         [this, generation = generation_, nodeId](const std::string& failure) {
                             if (generation != generation_) return;
                             --running_;
-                            if (!failure.empty())
-                                errors_.raise("noRouteError", "WARNING", "the robot did not take node " + nodeId +
-                                                                             " as its target: " + failure,
+                            if (failure.empty()) return errors_.clear("noRouteError");
+                            // Sent again with the robot's next pose (a robot
+                            // link that is down brings none), said once.
+                            headingFor_ = -1;
+                            if (!errors_.has("noRouteError"))
+                                errors_.raise("noRouteError", "WARNING",
+                                              "the robot did not take node " + nodeId + " as its target: " + failure,
                                               {{"nodeId", nodeId}});
                         });
         return;

@@ -192,7 +192,9 @@ void Vehicle::carryOut(const ActionMapping& mapping, const std::vector<std::stri
         [this, done](std::exception_ptr failure) {
             std::lock_guard<std::mutex> lock(mutex_);
             done(failureText(failure));
-            settle();
+            // The order drives on with the robot's next pose, not from here:
+            // a move that failed is not tried again until the robot answers.
+            publishState(false);
         });
 }
 

@@ -55,7 +55,8 @@ private:
 
     void brokerConnected();
     void brokerMessage(const std::string& topic, const std::string& payload);
-    // Lets the order drive on, then publishes the state if it changed.
+    // Lets the order drive on (with the robot's latest pose), then
+    // publishes the state if it changed.
     void settle();
     void publish(const std::string& name, const Json::Value& body, WallClock::time_point at, int qos, bool retain);
     void publishState(bool always);
