@@ -122,7 +122,7 @@ protected:
         bridge = std::make_unique<Child>(command, folder.path() + "/bridge.log");
     }
     // A connection message after the first `from`.
-    bool awaitConnection(int robot, const std::string& state, size_t from = 0, Seconds wait = 10s) {
+    bool awaitConnection(int robot, const std::string& state, size_t from = 0, Seconds wait = 30s) {
         return observer->await(
             [&](const Received& m) {
                 return m.topic == topic(serial(robot), "connection") && m.document["connectionState"] == state;
@@ -130,7 +130,7 @@ protected:
             wait, from);
     }
     // The robot's state once `test` holds for it.
-    Json::Value awaitState(int robot, const std::function<bool(const Json::Value&)>& test, Seconds wait = 10s) {
+    Json::Value awaitState(int robot, const std::function<bool(const Json::Value&)>& test, Seconds wait = 20s) {
         Json::Value found;
         observer->await(
             [&](const Received& m) {

@@ -77,7 +77,7 @@ public:
     ~Observer();
     void publish(const std::string& topic, const Json::Value& document);
     // True once a message after the first `from` satisfies `test`, within `wait`.
-    bool await(const std::function<bool(const Received&)>& test, Seconds wait = Seconds(10), size_t from = 0);
+    bool await(const std::function<bool(const Received&)>& test, Seconds wait = Seconds(20), size_t from = 0);
     // How many messages came so far: a `from` for await.
     size_t mark();
     std::vector<Received> received();
