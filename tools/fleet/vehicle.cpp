@@ -14,7 +14,7 @@ using namespace robocomm::tools;
 SessionPlan fleetPlan() {
     SessionPlan plan;
     plan.tool = "the fleet bridge";
-    plan.identity = {"error-list"};
+    plan.identity = {"robot-info", "error-list"};
     // The pose every other poll, so that visualization moves smoothly; the
     // rest changes slowly.
     plan.polls = {"all-moving-info-v2", "battery-status-v2", "all-moving-info-v2", "robot-status",
@@ -164,6 +164,12 @@ void Vehicle::linkChanged(LinkState state, const std::string& reason) {
 
 void Vehicle::answered(const std::string& name, const Json::Value& body) {
     std::lock_guard<std::mutex> lock(mutex_);
+    // A site's config that names the wrong address publishes one robot
+    // under another's serial: say so on every connection.
+    if (name == "robot-info" && body["serialNumber"].isString() &&
+        body["serialNumber"].asString() != settings_.identity.serial)
+        say("warning: the robot at " + settings_.link.host + ":" + std::to_string(settings_.link.port) +
+            " reports serial number " + body["serialNumber"].asString());
     const WallClock::time_point at = WallClock::now();
     if (robot_.read(name, body, at) && at - lastVisualization_ >= settings_.visualizationInterval) {
         lastVisualization_ = at;
