@@ -9,9 +9,22 @@
 #                                    (HOST: its program, default build/tools/robocomm-demo-host).
 #                                    It serves port 10001: where other programs use that port, run it
 #                                    in a network namespace of its own (unshare -n, loopback up).
+#   scripts/bench.sh --fleet [N]     N demo robots (50 by default) through one fleet bridge and one
+#                                    broker: the bridge's CPU and memory, messages/s, position age
 source "$(dirname "${BASH_SOURCE[0]}")/setup.sh"
 
 mode=${1:-time}
+if [ "$mode" = "--fleet" ]; then
+  source "$ROOT/scripts/fleet-site.sh"
+  robots=${2:-50}
+  BUILD_TARGETS="robocomm-fleet robocomm-demo-host" build_into "$ROOT/build"
+  work=$(mktemp -d /tmp/robocomm-fleet-bench-XXXXXX)
+  trap 'stop_fleet_site; rm -rf "$work"' EXIT
+  start_fleet_site "$ROOT/build/tools" "$work" "$robots"
+  sleep 5  # every robot's link up and polled
+  python3 "$ROOT/bench/fleet_bench.py" "$BRIDGE_PID" "$BROKER_PORT" "$robots" "${FLEET_BENCH_SECONDS:-20}"
+  exit 0
+fi
 build_into "$ROOT/build"
 bench="$ROOT/build/bench/robocomm_bench"
 out=$(mktemp -d /tmp/robocomm-bench-XXXXXX)
@@ -46,7 +59,7 @@ case "$mode" in
     }
     ;;
   *)
-    echo "usage: $0 [--instructions | --smoke | --memory | --round-trip [HOST]]" >&2
+    echo "usage: $0 [--instructions | --smoke | --memory | --round-trip [HOST] | --fleet [N]]" >&2
     exit 2
     ;;
 esac

@@ -5,7 +5,29 @@
 #   scripts/demo.sh
 #   scripts/demo.sh --console   the robot in the web console instead, until Ctrl-C
 #                               (on $ROBOCOMM_CONSOLE_LISTEN, default 127.0.0.1:8080)
+#   scripts/demo.sh --fleet [N] N demo robots (3 by default) on a mosquitto broker
+#                               through the fleet bridge, as VDA 5050 vehicles, until Ctrl-C
 source "$(dirname "${BASH_SOURCE[0]}")/setup.sh"
+
+if [ "${1:-}" = "--fleet" ]; then
+  source "$ROOT/scripts/fleet-site.sh"
+  robots=${2:-3}
+  BUILD_TARGETS="robocomm-fleet robocomm-demo-host" build_into "$ROOT/build"
+  work=$(mktemp -d /tmp/robocomm-fleet-demo-XXXXXX)
+  trap stop_fleet_site EXIT
+  start_fleet_site "$ROOT/build/tools" "$work" "$robots"
+  cat <<TEXT
+
+$robots demo robots (DEMO-1 ... DEMO-$robots) run through robocomm-fleet on a mosquitto broker
+at 127.0.0.1:$BROKER_PORT. Watch the traffic:
+  mosquitto_sub -h 127.0.0.1 -p $BROKER_PORT -v -t 'uagv/#'
+Send DEMO-1 an order of two nodes:
+  mosquitto_pub -h 127.0.0.1 -p $BROKER_PORT -t uagv/v2/robocomm/DEMO-1/order -m '{"headerId":1,"timestamp":"2026-01-01T00:00:00.000Z","version":"2.1.0","manufacturer":"robocomm","serialNumber":"DEMO-1","orderId":"demo","orderUpdateId":0,"nodes":[{"nodeId":"a","sequenceId":0,"released":true,"actions":[],"nodePosition":{"x":1.6,"y":1.6,"mapId":"map"}},{"nodeId":"b","sequenceId":2,"released":true,"actions":[],"nodePosition":{"x":2.5,"y":2.0,"mapId":"map"}}],"edges":[{"edgeId":"ab","sequenceId":1,"released":true,"startNodeId":"a","endNodeId":"b","actions":[]}]}'
+The bridge's log: $work/fleet.log; the robots' output: $work/robot-N.out. Ctrl-C stops them all.
+TEXT
+  wait "$BRIDGE_PID" || true
+  exit 0
+fi
 
 operator=robocomm-client
 [ "${1:-}" = "--console" ] && operator=robocomm-console

@@ -15,7 +15,8 @@
 #include "common/vocabulary.h"
 #include "console/events.h"
 #include "console/map_image.h"
-#include "console/session.h"
+#include "common/session.h"
+#include "console/robot_events.h"
 #include "robocomm/security.h"
 
 namespace robocomm::console {
@@ -140,7 +141,8 @@ std::exception_ptr askUntilRefused(uint16_t port, std::string& events) {
     options.port = port;
     options.timeout = 300ms;
     EventHub hub;
-    Session session(options, hub);
+    RobotEvents robotEvents(hub, options);
+    tools::Session session(options, consolePlan(), robotEvents);
     const CommandSpec& position = tools::commandFor(CommandKind::Get, "position");
     std::exception_ptr failure;
     uint64_t cursor = 0;
@@ -172,7 +174,7 @@ TEST(Session, SaysWhenTheRobotIsUnreachableOrHeldByAnotherClient) {
     }
     {
         const Port silent(true);
-        EXPECT_THROW(std::rethrow_exception(askUntilRefused(silent.number(), events)), RobotHeld);
+        EXPECT_THROW(std::rethrow_exception(askUntilRefused(silent.number(), events)), tools::RobotHeld);
         EXPECT_NE(events.find("\"state\":\"held\""), std::string::npos) << events;
     }
     // Every wait is bounded by the 300 ms timeout.

@@ -13,7 +13,7 @@
 #include "console/assets.h"
 #include "console/events.h"
 #include "console/map_image.h"
-#include "console/session.h"
+#include "common/session.h"
 #include "robocomm/security.h"
 
 namespace robocomm::console {
@@ -126,7 +126,7 @@ void checkPlainCommand(const CommandSpec& command) {
         throw Failure(Exit::Usage, "the map edit is a whole document: robocomm-client send 71 FILE");
 }
 
-void commandRoute(Session& session, const httplib::Request& req, httplib::Response& res) {
+void commandRoute(Session& session, EventHub& events, const httplib::Request& req, httplib::Response& res) {
     const CommandKind kind = req.matches[1] == "get" ? CommandKind::Get : CommandKind::Set;
     const CommandSpec* command = nullptr;
     try {
@@ -139,6 +139,8 @@ void commandRoute(Session& session, const httplib::Request& req, httplib::Respon
     if (words.size() != command->params.size())
         throw Failure(Exit::Usage, std::to_string(command->params.size()) + " parameters wanted: " + synopsis(*command));
     const Json::Value answer = session.request(*command, requestDocument(*command, words));
+    // The acknowledged errors are no longer news for a page that loads now.
+    if (command->code == kErrorCode) events.publish("error-list", Json::Value(), true);
     if (!refused(answer)) return reply(res, 200, answer);
     Json::Value body;
     body["error"] = "the robot refused " + kebabName(*command);
@@ -258,8 +260,8 @@ void serveConsole(httplib::Server& server, Session& session, EventHub& events, c
     });
     auto map = std::make_shared<MapCache>();
     server.Get("/api/commands", [](const httplib::Request&, httplib::Response& res) { reply(res, 200, vocabulary()); });
-    server.Post(R"(/api/(get|set)/([A-Za-z0-9_-]+))", [&session](const httplib::Request& req, httplib::Response& res) {
-        guarded(res, [&] { commandRoute(session, req, res); });
+    server.Post(R"(/api/(get|set)/([A-Za-z0-9_-]+))", [&session, &events](const httplib::Request& req, httplib::Response& res) {
+        guarded(res, [&] { commandRoute(session, events, req, res); });
     });
     server.Get("/api/events", [&events](const httplib::Request&, httplib::Response& res) { eventsRoute(events, res); });
     server.Post("/api/ota", [&session, &events](const httplib::Request& req, httplib::Response& res) {

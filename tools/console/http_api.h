@@ -11,7 +11,15 @@ class Server;
 namespace robocomm::console {
 
 class EventHub;
+}  // namespace robocomm::console
+
+namespace robocomm::tools {
 class Session;
+}  // namespace robocomm::tools
+
+namespace robocomm::console {
+
+using tools::Session;
 
 // Registers the page and every /api route. A non-empty `token` is then
 // required on every request, as "Authorization: Bearer TOKEN" or as the

@@ -1,7 +1,6 @@
 // robocomm-console: the robot in a browser. One client on the robot link,
 // one web page (and its HTTP API) for the operator.
 #include <httplib.h>
-#include <robocomm/link.h>
 #include <signal.h>
 
 #include <iostream>
@@ -9,9 +8,10 @@
 #include <thread>
 
 #include "common/link_options.h"
+#include "common/tool_main.h"
 #include "console/events.h"
 #include "console/http_api.h"
-#include "console/session.h"
+#include "console/robot_events.h"
 
 using namespace robocomm;
 using namespace robocomm::console;
@@ -103,7 +103,8 @@ int serve(const Settings& s) {
     signal(SIGPIPE, SIG_IGN);  // a browser may leave while its answer is on the way
 
     EventHub events;
-    Session session(s.link, events);
+    RobotEvents robotEvents(events, s.link);
+    Session session(s.link, consolePlan(), robotEvents);
     httplib::Server server;
     // Each open page holds one worker with its event stream.
     server.new_task_queue = [] { return new httplib::ThreadPool(16); };
@@ -130,21 +131,12 @@ int serve(const Settings& s) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    try {
-        const Settings settings = parse(argc, argv);
-        if (settings.help) {
-            std::cout << kUsage;
-            return 0;
-        }
-        if (settings.version) {
-            std::string version;
-            APIGetVersion(version);
-            std::cout << "robocomm-console, robocomm library " << version << std::endl;
-            return 0;
-        }
-        return serve(settings);
-    } catch (const Failure& failure) {
-        std::cerr << "robocomm-console: " << failure.what() << std::endl;
-        return static_cast<int>(failure.status());
-    }
+    Settings settings;
+    return toolMain(
+        kTool, kUsage,
+        [&] {
+            settings = parse(argc, argv);
+            return ToolRequest{settings.help, settings.version};
+        },
+        [&] { return serve(settings); });
 }

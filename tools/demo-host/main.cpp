@@ -12,6 +12,7 @@
 // it to <run folder>/robocomm.log and keeps its own terminal for its messages.
 #include <robocomm.h>
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -21,7 +22,9 @@
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
@@ -35,31 +38,50 @@
 
 namespace {
 
-constexpr uint16_t kPort = 10001;
+// The port the library always binds; --port moves it (see bind below).
+constexpr uint16_t kLibraryPort = 10001;
 constexpr auto kTick = std::chrono::milliseconds(20);
 // A client that sent nothing for this long is taken to be gone.
 constexpr auto kClientPresence = std::chrono::seconds(3);
 
 volatile std::sig_atomic_t stopRequested = 0;
+// Where the library's listener really goes: kLibraryPort unless --port says otherwise.
+uint16_t servedPort = kLibraryPort;
 // The terminal the program started with; the library's output goes elsewhere.
 int hostOut = STDOUT_FILENO;
 
 struct Options {
     bool plain = false;
     std::string runFolder;
+    uint16_t port = kLibraryPort;
+    std::string serial = "DEMO-0001";
 };
 
-const char kUsage[] = R"(usage: robocomm-demo-host [--plain] [--run-dir DIR]
+const char kUsage[] = R"(usage: robocomm-demo-host [--plain] [--run-dir DIR] [--port PORT] [--serial TEXT]
   --plain        serve with payload encryption off (APISetEnc(0))
   --run-dir DIR  folder for the library log, the map-edit file and the robot's
                  logs (default: a new folder under /tmp, kept after exit)
+  --port PORT    serve this TCP port instead of 10001, so that many demo
+                 robots can run on one machine (default 10001)
+  --serial TEXT  the serial number the robot-info answer reports (default DEMO-0001)
 )";
+
+bool portOption(const std::string& text, uint16_t& port) {
+    char* end = nullptr;
+    const long value = std::strtol(text.c_str(), &end, 10);
+    if (text.empty() || *end != '\0' || value < 1 || value > 65535) return false;
+    port = static_cast<uint16_t>(value);
+    return true;
+}
 
 bool parseOptions(int argc, char** argv, Options& options) {
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
         if (arg == "--plain") options.plain = true;
         else if (arg == "--run-dir" && i + 1 < argc) options.runFolder = argv[++i];
+        else if (arg == "--port" && i + 1 < argc) {
+            if (!portOption(argv[++i], options.port)) return false;
+        } else if (arg == "--serial" && i + 1 < argc && argv[i + 1][0] != '\0') options.serial = argv[++i];
         else return false;
     }
     return true;
@@ -84,7 +106,7 @@ bool portIsFree() {
     ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &one, sizeof one);
     sockaddr_in address{};
     address.sin_family = AF_INET;
-    address.sin_port = htons(kPort);
+    address.sin_port = htons(servedPort);
     const bool free = ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
     ::close(fd);
     return free;
@@ -93,7 +115,7 @@ bool portIsFree() {
 // True once the library's server is in the kernel's table of listening sockets.
 bool serverListening() {
     char port[8];
-    std::snprintf(port, sizeof port, ":%04X", kPort);
+    std::snprintf(port, sizeof port, ":%04X", servedPort);
     std::ifstream table("/proc/net/tcp");
     std::string line;
     std::getline(table, line);  // column titles
@@ -141,18 +163,44 @@ extern "C" int settimeofday(const struct timeval* tv, const struct timezone*) no
     return 0;
 }
 
+// The library always binds port 10001. For --port this program defines bind
+// the same way: the library's call lands here, port 10001 becomes the
+// chosen one, and the C library's own bind does the rest.
+extern "C" int bind(int fd, const struct sockaddr* address, socklen_t size) noexcept {
+    using Bind = int (*)(int, const struct sockaddr*, socklen_t);
+    static const Bind realBind = reinterpret_cast<Bind>(dlsym(RTLD_NEXT, "bind"));
+    if (!realBind) {
+        errno = ENOSYS;
+        return -1;
+    }
+    if (address && address->sa_family == AF_INET && size >= sizeof(sockaddr_in)) {
+        sockaddr_in moved;
+        std::memcpy(&moved, address, sizeof moved);
+        if (ntohs(moved.sin_port) == kLibraryPort) moved.sin_port = htons(servedPort);
+        return realBind(fd, reinterpret_cast<const sockaddr*>(&moved), sizeof moved);
+    }
+    if (address && address->sa_family == AF_INET6 && size >= sizeof(sockaddr_in6)) {
+        sockaddr_in6 moved;
+        std::memcpy(&moved, address, sizeof moved);
+        if (ntohs(moved.sin6_port) == kLibraryPort) moved.sin6_port = htons(servedPort);
+        return realBind(fd, reinterpret_cast<const sockaddr*>(&moved), sizeof moved);
+    }
+    return realBind(fd, address, size);
+}
+
 int main(int argc, char** argv) {
     Options options;
     if (!parseOptions(argc, argv, options)) {
         std::cerr << kUsage;
         return 2;
     }
+    servedPort = options.port;
     if (!makeRunFolder(options)) {
         std::cerr << "robocomm-demo-host: cannot create the run folder " << options.runFolder << "\n";
         return 1;
     }
     if (!portIsFree()) {
-        std::cerr << "robocomm-demo-host: port " << kPort << " is in use (is another robot running?)\n";
+        std::cerr << "robocomm-demo-host: port " << servedPort << " is in use (is another robot running?)\n";
         return 1;
     }
 
@@ -169,11 +217,12 @@ int main(int argc, char** argv) {
 
     demo::Robot robot;
     robot.logFolder = options.runFolder + "/logs";
+    robot.serial = options.serial;
     robot.note("demo robot powered on");
 
     start_server();
     for (int i = 0; i < 100 && !serverListening(); ++i) std::this_thread::sleep_for(kTick);
-    demo::say("demo host: serving port " + std::to_string(kPort) + " with encryption " +
+    demo::say("demo host: serving port " + std::to_string(servedPort) + " with encryption " +
               (options.plain ? "off" : "on") + "; run folder " + options.runFolder + ", library log " +
               options.runFolder + "/robocomm.log");
 

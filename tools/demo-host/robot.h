@@ -59,6 +59,8 @@ struct Robot {
     size_t errorsPushed = 0;
     size_t errorsAcknowledged = 0;
     std::string logFolder;
+    // What the robot-info answer reports.
+    std::string serial = "DEMO-0001";
 
     // Advances the simulation by dt seconds.
     void step(double dt);

@@ -11,7 +11,6 @@ constexpr double kWheelBase = 0.30;    // m
 constexpr double kWheelRadius = 0.05;  // m
 constexpr double kDesignCapacity = 5.2;  // Ah
 constexpr double kMaxSpeed = 1.5;      // m/s, the fastest the base may be told to go
-constexpr char kSerial[] = "DEMO-0001";
 constexpr char kBatterySerial[] = "BAT-DEMO-01";
 constexpr auto kPushEvery = std::chrono::seconds(1);
 
@@ -136,7 +135,7 @@ const Answer kAnswers[] = {
          APIGetVersion(library);
          resGetSoftwareVersion("demo-host 1.0 (robocomm " + library + ")");
      }},
-    {reqGetRobotInfo, [](Robot& r) { resGetRobotInfo(kSerial, robotStatus(r)); }},
+    {reqGetRobotInfo, [](Robot& r) { resGetRobotInfo(r.serial, robotStatus(r)); }},
     {reqGetErrorList, [](Robot& r) { resGetErrorList(r.errors); }},
     {reqGetTargetPosition, [](Robot& r) { resGetTargetPosition(r.target.x, r.target.y, r.target.theta); }},
     {reqGetMapStatus, [](Robot& r) { resGetMapStatus(r.mapping, r.mapping ? "mapping" : "map ready"); }},
@@ -201,6 +200,7 @@ struct Order {
 void restart(Robot& r) {
     Robot fresh;
     fresh.logFolder = r.logFolder;
+    fresh.serial = r.serial;
     r = fresh;
 }
 

@@ -1,41 +1,30 @@
-#include "console/session.h"
+#include "common/session.h"
 
 #include <algorithm>
+#include <future>
 
 #include "common/exchange.h"
 #include "common/failure.h"
 #include "common/vocabulary.h"
 
-namespace robocomm::console {
-
-using namespace robocomm::tools;
+namespace robocomm::tools {
 
 namespace {
 
-// The state the page shows, polled in turn; the position comes every other
-// poll so that the marker moves smoothly.
-const char* const kPolls[] = {"position", "battery-status-v2", "position", "robot-status",
-                              "position", "target-position",   "position", "docking-status"};
-// Asked once per connection.
-const char* const kIdentity[] = {"software-version", "robot-info"};
-// Between the answer to one poll and the next: about five answers a second
-// are plenty for the page, and the robot's control loop has other work.
-constexpr Millis kPollGap{100};
 // How long the thread listens for pushes before it looks for work again.
 constexpr Millis kListenSlice{50};
-constexpr Millis kReconnectPause{1000};
 
-const char* stateName(Session::LinkState state) {
+}  // namespace
+
+const char* linkStateName(LinkState state) {
     switch (state) {
-        case Session::LinkState::Connecting: return "connecting";
-        case Session::LinkState::Up: return "up";
-        case Session::LinkState::Down: return "down";
-        case Session::LinkState::Held: return "held";
+        case LinkState::Connecting: return "connecting";
+        case LinkState::Up: return "up";
+        case LinkState::Down: return "down";
+        case LinkState::Held: return "held";
     }
     return "";
 }
-
-}  // namespace
 
 Json::Value answerBody(const Json::Value& document) {
     for (const char* verb : {"Get", "Set"}) {
@@ -45,7 +34,8 @@ Json::Value answerBody(const Json::Value& document) {
     return Json::Value();
 }
 
-Session::Session(const LinkOptions& options, EventHub& events) : options_(options), events_(events) {
+Session::Session(const LinkOptions& options, SessionPlan plan, SessionListener& listener)
+    : options_(options), plan_(std::move(plan)), listener_(listener), reconnectPause_(plan_.reconnectPause) {
     thread_ = std::thread([this] { loop(); });
 }
 
@@ -63,24 +53,40 @@ bool Session::stopping() {
     return stopping_;
 }
 
-void Session::run(const Work& work) {
+std::exception_ptr Session::stoppingError() const {
+    return std::make_exception_ptr(Failure(Exit::Unreachable, plan_.tool + " is stopping"));
+}
+
+void Session::post(Work work, Settled settled) {
     auto job = std::make_shared<Job>();
-    job->work = work;
+    job->work = std::move(work);
+    job->settled = std::move(settled);
     // A request that waits longer than one robot timeout for its turn is
-    // given up: the browser hears so instead of waiting on.
+    // given up: its owner hears so instead of waiting on.
     job->startBy = Clock::now() + options_.timeout;
-    std::future<void> done = job->done.get_future();
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        if (stopping_) throw Failure(Exit::Unreachable, "the console is stopping");
-        jobs_.push_back(job);
+        if (!stopping_) {
+            jobs_.push_back(job);
+            job.reset();
+        }
     }
+    if (job) return job->settled(stoppingError());
     wake_.notify_all();
+}
+
+void Session::run(const Work& work) {
+    auto done = std::make_shared<std::promise<void>>();
+    std::future<void> settled = done->get_future();
+    post(work, [done](std::exception_ptr failure) {
+        if (failure) done->set_exception(failure);
+        else done->set_value();
+    });
     // The link thread settles every job: it starts none after its startBy,
     // each wait inside a job is bounded by the robot timeout, and it fails
     // what is left when it stops. So this wait ends, and `work` (which may
     // refer to the caller's locals) never runs after the caller returned.
-    done.get();
+    settled.get();
 }
 
 Json::Value Session::exchange(Link& link, const CommandSpec& command, const std::string& document) {
@@ -98,21 +104,11 @@ Json::Value Session::exchange(Link& link, const CommandSpec& command, const std:
 Json::Value Session::request(const CommandSpec& command, const std::string& document) {
     Json::Value answer;
     run([&](Link& link) { answer = exchange(link, command, document); });
-    // The acknowledged errors are no longer news for a page that loads now.
-    if (command.code == kErrorCode) events_.publish("error-list", Json::Value(), true);
     return answer;
 }
 
 void Session::dispatch(Link& link, const Message& message) {
-    if (message.kind != kKindPush) return;
-    const Json::Value document = link.document(message);
-    Json::Value push;
-    push["code"] = message.code;
-    const CommandSpec* command = findCommand(message.code);
-    push["name"] = command ? kebabName(*command) : "";
-    push["document"] = document;
-    events_.publish("push", push, false);
-    if (message.code == kErrorCode) events_.publish("error-list", document["Emergency"]["Send"]["ErrorList"], true);
+    if (message.kind == kKindPush) listener_.pushed(message, link.document(message));
 }
 
 void Session::loop() {
@@ -135,54 +131,59 @@ void Session::loop() {
             lose(failure);
         }
     }
-    std::lock_guard<std::mutex> lock(mutex_);
-    for (auto& job : jobs_) job->done.set_exception(std::make_exception_ptr(Failure(Exit::Unreachable, "the console is stopping")));
-    jobs_.clear();
+    std::deque<std::shared_ptr<Job>> left;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        left.swap(jobs_);
+    }
+    for (auto& job : left) job->settled(stoppingError());
 }
 
 void Session::connect() {
     setState(LinkState::Connecting, "");
     try {
         link_ = std::make_unique<Link>(options_);
-        identify();
+        for (const std::string& name : plan_.identity) ask(name);
         setState(LinkState::Up, "");
+        reconnectPause_ = plan_.reconnectPause;
         pollDue_ = Clock::now();
     } catch (const Failure& failure) {
         lose(failure);
-        rest(kReconnectPause);
+        rest(reconnectPause_);
+        reconnectPause_ = std::min(reconnectPause_ * 2, std::max(plan_.reconnectPause, plan_.reconnectPauseLimit));
     }
 }
 
-void Session::identify() {
-    for (const char* name : kIdentity) {
-        const CommandSpec& command = commandFor(CommandKind::Get, name);
-        events_.publish(name, answerBody(exchange(*link_, command, requestDocument(command, {}))), true);
-    }
+void Session::ask(const std::string& name) {
+    const CommandSpec& command = commandFor(CommandKind::Get, name);
+    listener_.answered(name, answerBody(exchange(*link_, command, requestDocument(command, {}))));
 }
 
 void Session::pollNext() {
-    const char* name = kPolls[nextPoll_++ % std::size(kPolls)];
-    const CommandSpec& command = commandFor(CommandKind::Get, name);
-    events_.publish(name, answerBody(exchange(*link_, command, requestDocument(command, {}))), true);
-    pollDue_ = Clock::now() + kPollGap;
+    if (plan_.polls.empty()) {
+        pollDue_ = Clock::now() + plan_.pollGap;
+        return;
+    }
+    ask(plan_.polls[nextPoll_++ % plan_.polls.size()]);
+    pollDue_ = Clock::now() + plan_.pollGap;
 }
 
 void Session::runJob(Job& job) {
     if (Clock::now() > job.startBy) {
-        job.done.set_exception(std::make_exception_ptr(
-            Failure(Exit::Timeout, "the console's link to the robot stayed busy with earlier requests")));
-        return;
+        return job.settled(std::make_exception_ptr(
+            Failure(Exit::Timeout, plan_.tool + "'s link to the robot stayed busy with earlier requests")));
     }
+    std::exception_ptr failure;
     try {
         job.work(*link_);
-        job.done.set_value();
-    } catch (const Failure& failure) {
-        const bool linkFault = failure.status() == Exit::Unreachable || failure.status() == Exit::Timeout;
-        if (linkFault) lose(failure);
-        job.done.set_exception(state_ == LinkState::Held ? downError() : std::current_exception());
+    } catch (const Failure& linkFailure) {
+        const bool linkFault = linkFailure.status() == Exit::Unreachable || linkFailure.status() == Exit::Timeout;
+        if (linkFault) lose(linkFailure);
+        failure = state_ == LinkState::Held ? downError() : std::current_exception();
     } catch (...) {
-        job.done.set_exception(std::current_exception());
+        failure = std::current_exception();
     }
+    job.settled(failure);
 }
 
 // A robot that times out may still answer later; a fresh connection keeps
@@ -196,11 +197,7 @@ void Session::lose(const Failure& failure) {
 void Session::setState(LinkState state, const std::string& reason) {
     state_ = state;
     reason_ = reason;
-    Json::Value link;
-    link["state"] = stateName(state);
-    link["reason"] = reason;
-    link["robot"] = options_.host + ":" + std::to_string(options_.port);
-    events_.publish("link", link, true);
+    listener_.linkChanged(state, reason);
 }
 
 std::exception_ptr Session::downError() const {
@@ -212,7 +209,7 @@ std::exception_ptr Session::downError() const {
 void Session::rest(Millis pause) {
     const auto end = Clock::now() + pause;
     while (Clock::now() < end && !stopping())
-        if (auto job = takeJob(std::chrono::ceil<Millis>(end - Clock::now()))) job->done.set_exception(downError());
+        if (auto job = takeJob(std::chrono::ceil<Millis>(end - Clock::now()))) job->settled(downError());
 }
 
 std::shared_ptr<Session::Job> Session::takeJob(Millis wait) {
@@ -224,4 +221,4 @@ std::shared_ptr<Session::Job> Session::takeJob(Millis wait) {
     return job;
 }
 
-}  // namespace robocomm::console
+}  // namespace robocomm::tools
