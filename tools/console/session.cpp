@@ -39,7 +39,7 @@ const char* stateName(Session::LinkState state) {
 
 Json::Value answerBody(const Json::Value& document) {
     for (const char* verb : {"Get", "Set"}) {
-        const Json::Value& answers = document["Response"][verb];
+        const Json::Value& answers = memberAt(document, {"Response", verb});
         if (answers.isObject() && !answers.empty()) return answers[answers.getMemberNames().front()];
     }
     return Json::Value();
@@ -112,7 +112,7 @@ void Session::dispatch(Link& link, const Message& message) {
     push["name"] = command ? kebabName(*command) : "";
     push["document"] = document;
     events_.publish("push", push, false);
-    if (message.code == kErrorCode) events_.publish("error-list", document["Emergency"]["Send"]["ErrorList"], true);
+    if (message.code == kErrorCode) events_.publish("error-list", memberAt(document, {"Emergency", "Send", "ErrorList"}), true);
 }
 
 void Session::loop() {
