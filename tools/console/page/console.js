@@ -1,6 +1,6 @@
 // The console page: the robot's state from the event stream, and the
 // operator's orders through the API.
-import { apiUrl, command, commands, mapImage, subscribe, uploadFirmware } from './api.js';
+import { command, commands, mapImage, subscribe, uploadFirmware } from './api.js';
 import { MapView } from './map.js';
 
 const $ = (id) => document.getElementById(id);
@@ -164,8 +164,6 @@ $('firmware').addEventListener('submit', async (event) => {
     log(`Firmware ${file.name}: ${error.message}`, true);
   }
 });
-
-$('log').href = apiUrl('api/log');
 
 // The raw command panel: a form generated from the vocabulary.
 async function buildCommandPanel() {
