@@ -17,6 +17,7 @@
 #include "console/assets.h"
 #include "console/events.h"
 #include "console/map_image.h"
+#include "console/parameters.h"
 #include "console/session.h"
 #include "robocomm/security.h"
 
@@ -139,23 +140,6 @@ Json::Value vocabulary() {
     return list;
 }
 
-// The parameters of a JSON array body as the command line would give them.
-std::vector<std::string> parameterWords(const std::string& body) {
-    Json::Value root;
-    std::string errors;
-    if (body.empty()) return {};
-    if (!parseJson(body, root, errors) || !root.isArray())
-        throw Failure(Exit::Usage, "the body must be a JSON array of parameters ([] for none)");
-    std::vector<std::string> words;
-    for (const Json::Value& value : root) {
-        if (value.isString()) words.push_back(value.asString());
-        else if (value.isBool()) words.push_back(value.asBool() ? "true" : "false");
-        else if (value.isNumeric()) words.push_back(numberText(value.asDouble()));
-        else throw Failure(Exit::Usage, "a parameter must be a number, a boolean or a text");
-    }
-    return words;
-}
-
 // The commands that travel otherwise than as one answer document.
 void checkPlainCommand(const CommandSpec& command) {
     if (command.code == kLogDataCode) throw Failure(Exit::Usage, "the log bundle comes with GET /api/log");
@@ -173,10 +157,7 @@ void commandRoute(Session& session, const httplib::Request& req, httplib::Respon
         return replyError(res, 404, unknown.what());
     }
     checkPlainCommand(*command);
-    const std::vector<std::string> words = parameterWords(req.body);
-    if (words.size() != command->params.size())
-        throw Failure(Exit::Usage, std::to_string(command->params.size()) + " parameters wanted: " + synopsis(*command));
-    const Json::Value answer = session.request(*command, requestDocument(*command, words));
+    const Json::Value answer = session.request(*command, commandDocument(*command, req.body));
     if (!refused(answer)) return reply(res, 200, answer);
     Json::Value body;
     body["error"] = "the robot refused " + kebabName(*command);
