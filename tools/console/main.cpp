@@ -108,9 +108,13 @@ bool loopback(const std::string& host) {
     return host == "localhost" || host == "::1" || host.rfind("127.", 0) == 0;
 }
 
+// The address to open on this machine: a wildcard is no name the console
+// answers to, 127.0.0.1 is.
 std::string address(const Settings& s) {
-    const bool v6 = s.listenHost.find(':') != std::string::npos;
-    return "http://" + (v6 ? "[" + s.listenHost + "]" : s.listenHost) + ":" + std::to_string(s.listenPort) + "/";
+    const bool wildcard = s.listenHost == "0.0.0.0" || s.listenHost == "::";
+    const std::string host = wildcard ? "127.0.0.1" : s.listenHost;
+    const bool v6 = host.find(':') != std::string::npos;
+    return "http://" + (v6 ? "[" + host + "]" : host) + ":" + std::to_string(s.listenPort) + "/";
 }
 
 // At least 128 bits from the system's random source, as hex (safe in a URL).
@@ -118,9 +122,9 @@ std::string randomToken() {
     unsigned char bytes[24];
     if (getrandom(bytes, sizeof bytes, 0) != static_cast<ssize_t>(sizeof bytes))
         throw Failure(Exit::Failed, "cannot make a token: the system's random source failed");
+    static const char kHex[] = "0123456789abcdef";
     std::string token;
     for (const unsigned char byte : bytes) {
-        static const char kHex[] = "0123456789abcdef";
         token += kHex[byte >> 4];
         token += kHex[byte & 15];
     }
