@@ -216,6 +216,8 @@ async function otherSitesAttack(context, target) {
       assert.equal(outcomes['img of the map'], 'failed');
     } finally {
       await page.close();
+      // The browser keeps its connection to the site open: close it too.
+      server.closeAllConnections();
       await new Promise((resolve) => server.close(resolve));
     }
   }
