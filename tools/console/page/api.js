@@ -41,10 +41,19 @@ export async function mapImage() {
   };
 }
 
-// Calls handlers[name](data) for each event of the console's stream.
-export function subscribe(handlers) {
+// How long the page waits before it asks again for a stream the console
+// turned away (503: too many open).
+const STREAM_RETRY_MS = 5000;
+
+// Calls handlers[name](data) for each event of the console's stream, and
+// failed() whenever the stream fails. The browser reopens a stream that
+// broke off by itself, but not one the console refused: that is reopened here.
+export function subscribe(handlers, failed) {
   const stream = new EventSource('api/events');
   for (const [name, handler] of Object.entries(handlers))
     stream.addEventListener(name, (event) => handler(JSON.parse(event.data)));
-  return stream;
+  stream.addEventListener('error', () => {
+    failed();
+    if (stream.readyState === EventSource.CLOSED) setTimeout(() => subscribe(handlers, failed), STREAM_RETRY_MS);
+  });
 }
