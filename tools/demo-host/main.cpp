@@ -59,8 +59,9 @@ struct Options {
 
 const char kUsage[] = R"(usage: robocomm-demo-host [--plain] [--run-dir DIR] [--port PORT] [--serial TEXT]
   --plain        serve with payload encryption off (APISetEnc(0))
-  --run-dir DIR  folder for the library log, the map-edit file and the robot's
-                 logs (default: a new folder under /tmp, kept after exit)
+  --run-dir DIR  folder for the library log, the map-edit file, the robot's
+                 logs and commands.log, a line for each command that acts
+                 (default: a new folder under /tmp, kept after exit)
   --port PORT    serve this TCP port instead of 10001, so that many demo
                  robots can run on one machine (default 10001)
   --serial TEXT  the serial number the robot-info answer reports (default DEMO-0001)
@@ -220,6 +221,9 @@ int main(int argc, char** argv) {
     robot.serial = options.serial;
     robot.note("demo robot powered on");
 
+    // What reached the robot, for the operator and for tests that judge
+    // from the robot's side.
+    std::ofstream record(options.runFolder + "/commands.log", std::ios::app);
     start_server();
     for (int i = 0; i < 100 && !serverListening(); ++i) std::this_thread::sleep_for(kTick);
     demo::say("demo host: serving port " + std::to_string(servedPort) + " with encryption " +
@@ -234,7 +238,7 @@ int main(int argc, char** argv) {
         const auto now = Clock::now();
         robot.step(std::chrono::duration<double>(now - last).count());
         last = now;
-        if (demo::serveMailboxes(robot) > 0) lastContact = now;
+        if (demo::serveMailboxes(robot, record) > 0) lastContact = now;
         demo::serveErrorPushes(robot, now - lastContact < kClientPresence);
     }
 
