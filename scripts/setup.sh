@@ -3,10 +3,10 @@
 set -euo pipefail
 
 ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-PACKAGES=(g++ cmake make pkg-config libjsoncpp-dev libssl-dev libcpp-httplib-dev libpng-dev libgtest-dev libbenchmark-dev valgrind tar gzip python3 binutils dpkg-dev)
+PACKAGES=(g++ cmake make pkg-config libjsoncpp-dev libssl-dev libcpp-httplib-dev libpng-dev libgtest-dev libgmock-dev libbenchmark-dev valgrind tar gzip python3 binutils dpkg-dev file)
 # The aarch64 build adds these (scripts/test.sh --arch aarch64): the cross
 # compiler, the emulator its programs run in, the target's libraries.
-AARCH64_PACKAGES=(g++-aarch64-linux-gnu qemu-user libjsoncpp-dev:arm64 libssl-dev:arm64 libgtest-dev:arm64)
+AARCH64_PACKAGES=(g++-aarch64-linux-gnu qemu-user libjsoncpp-dev:arm64 libssl-dev:arm64 libgtest-dev:arm64 libgmock-dev:arm64)
 # Only scripts/fuzz.sh needs these: libFuzzer comes with clang's runtime.
 FUZZ_PACKAGES=(clang libclang-rt-14-dev)
 
