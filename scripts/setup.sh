@@ -9,6 +9,8 @@ PACKAGES=(g++ cmake make pkg-config libjsoncpp-dev libssl-dev libcpp-httplib-dev
 AARCH64_PACKAGES=(g++-aarch64-linux-gnu qemu-user libjsoncpp-dev:arm64 libssl-dev:arm64 libgtest-dev:arm64 libgmock-dev:arm64)
 # Only scripts/fuzz.sh needs these: libFuzzer comes with clang's runtime.
 FUZZ_PACKAGES=(clang libclang-rt-14-dev)
+# Only scripts/fresh.sh needs this: it makes the fresh Debian root.
+FRESH_PACKAGES=(debootstrap)
 
 install_missing_packages() {
   local missing=()
