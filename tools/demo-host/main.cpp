@@ -46,6 +46,8 @@ int hostOut = STDOUT_FILENO;
 
 struct Options {
     bool plain = false;
+    bool help = false;
+    bool version = false;
     std::string runFolder;
 };
 
@@ -53,12 +55,16 @@ const char kUsage[] = R"(usage: robocomm-demo-host [--plain] [--run-dir DIR]
   --plain        serve with payload encryption off (APISetEnc(0))
   --run-dir DIR  folder for the library log, the map-edit file and the robot's
                  logs (default: a new folder under /tmp, kept after exit)
+  -h, --help     this text
+  --version      the library's version
 )";
 
 bool parseOptions(int argc, char** argv, Options& options) {
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
         if (arg == "--plain") options.plain = true;
+        else if (arg == "-h" || arg == "--help") options.help = true;
+        else if (arg == "--version") options.version = true;
         else if (arg == "--run-dir" && i + 1 < argc) options.runFolder = argv[++i];
         else return false;
     }
@@ -146,6 +152,16 @@ int main(int argc, char** argv) {
     if (!parseOptions(argc, argv, options)) {
         std::cerr << kUsage;
         return 2;
+    }
+    if (options.help) {
+        std::cout << kUsage;
+        return 0;
+    }
+    if (options.version) {
+        std::string version;
+        APIGetVersion(version);
+        std::cout << "robocomm-demo-host, robocomm library " << version << "\n";
+        return 0;
     }
     if (!makeRunFolder(options)) {
         std::cerr << "robocomm-demo-host: cannot create the run folder " << options.runFolder << "\n";
