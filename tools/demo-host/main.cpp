@@ -52,6 +52,8 @@ int hostOut = STDOUT_FILENO;
 
 struct Options {
     bool plain = false;
+    bool help = false;
+    bool version = false;
     std::string runFolder;
     uint16_t port = kLibraryPort;
     std::string serial = "DEMO-0001";
@@ -65,6 +67,8 @@ const char kUsage[] = R"(usage: robocomm-demo-host [--plain] [--run-dir DIR] [--
   --port PORT    serve this TCP port instead of 10001, so that many demo
                  robots can run on one machine (default 10001)
   --serial TEXT  the serial number the robot-info answer reports (default DEMO-0001)
+  -h, --help     this text
+  --version      the library's version
 )";
 
 bool portOption(const std::string& text, uint16_t& port) {
@@ -79,6 +83,8 @@ bool parseOptions(int argc, char** argv, Options& options) {
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
         if (arg == "--plain") options.plain = true;
+        else if (arg == "-h" || arg == "--help") options.help = true;
+        else if (arg == "--version") options.version = true;
         else if (arg == "--run-dir" && i + 1 < argc) options.runFolder = argv[++i];
         else if (arg == "--port" && i + 1 < argc) {
             if (!portOption(argv[++i], options.port)) return false;
@@ -194,6 +200,16 @@ int main(int argc, char** argv) {
     if (!parseOptions(argc, argv, options)) {
         std::cerr << kUsage;
         return 2;
+    }
+    if (options.help) {
+        std::cout << kUsage;
+        return 0;
+    }
+    if (options.version) {
+        std::string version;
+        APIGetVersion(version);
+        std::cout << "robocomm-demo-host, robocomm library " << version << "\n";
+        return 0;
     }
     servedPort = options.port;
     if (!makeRunFolder(options)) {
