@@ -46,6 +46,7 @@ endif()
 configure_file(cmake/debian/cpack-project.cmake.in ${CMAKE_BINARY_DIR}/debian/cpack-project.cmake.in @ONLY)
 file(GENERATE OUTPUT ${CMAKE_BINARY_DIR}/debian/cpack-project.cmake INPUT ${CMAKE_BINARY_DIR}/debian/cpack-project.cmake.in)
 set(CPACK_PROJECT_CONFIG_FILE ${CMAKE_BINARY_DIR}/debian/cpack-project.cmake)
+set(CPACK_POST_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/debian/multi-arch.cmake)
 
 # Each package's copyright and changelog, where Debian looks for them. Only
 # in the packages: an install of the build tree has no Debian package names.

@@ -40,6 +40,11 @@ unpack_packages() {
   for name in "${!expected[@]}"; do
     deb=$(ls "$scratch"/"${name}"_*_"$arch".deb) || fail "no $arch package $name"
     [ "$(dpkg-deb -f "$deb" Architecture)" = "$arch" ] || fail "$deb: not built for $arch"
+    # The library and its development files install for several architectures at once.
+    case $name in
+      librobocomm0 | librobocomm-dev)
+        [ "$(dpkg-deb -f "$deb" Multi-Arch)" = same ] || fail "$deb: not Multi-Arch: same" ;;
+    esac
     local files
     files=$(dpkg-deb -c "$deb" | awk '{print $6}' | sed 's|^\.||')
     IFS='|' read -ra wanted <<<"${expected[$name]}"
