@@ -71,6 +71,9 @@ async function browserSession(page, url) {
   await page.locator('#position', { hasText: /x [\d.]+ m/ }).waitFor({ timeout: STEP_MS });
   await page.locator('#version', { hasText: 'demo-host' }).waitFor({ timeout: STEP_MS });
   await page.locator('#map:not([aria-busy])').waitFor({ timeout: STEP_MS });
+  // The site's labels file names status 0; the built-in table the rest.
+  await page.locator('#robot-status', { hasText: 'waiting for orders (0)' }).waitFor({ timeout: STEP_MS });
+  await page.locator('#docking', { hasText: /away from the station \(0\)|docked \(2\)/ }).waitFor({ timeout: STEP_MS });
   const [startX, startY] = numbers(await text('#position'));
   // The map is 3.2 m square: (2.42, 2.42) lies a little over three quarters
   // right and under one quarter down. The browser reports whole pixels, so the
@@ -94,7 +97,8 @@ async function browserSession(page, url) {
 
   await page.click('#emergency-stop');
   await activity('Emergency stop: done');
-  await page.locator('#errors li', { hasText: 'EMERGENCY-STOP' }).waitFor({ timeout: STEP_MS });
+  await page.locator('#errors li[data-severity=fatal]', { hasText: 'emergency stop pressed (EMERGENCY-STOP)' })
+    .waitFor({ timeout: STEP_MS });
   await page.click('#acknowledge');
   await activity('Acknowledge errors: delivered');
   await page.locator('#errors li', { hasText: 'no open errors' }).waitFor({ timeout: STEP_MS });
@@ -163,7 +167,10 @@ const startHost = () => start(process.env.DEMO_HOST, ['--run-dir', join(work, 'r
 try {
   const host = await startHost();
   const port = await freePort();
-  await start(process.env.CONSOLE, ['--listen', `127.0.0.1:${port}`], 'open http://');
+  const labels = join(work, 'labels.json');
+  writeFileSync(labels, JSON.stringify({ status: { 0: { label: 'waiting for orders', severity: 'info' } } }));
+  const consoleArgs = ['--labels', labels, '--state-dir', join(work, 'console-state')];
+  await start(process.env.CONSOLE, ['--listen', `127.0.0.1:${port}`, ...consoleArgs], 'open http://');
   const context = await chromium.launchPersistentContext(join(work, 'profile'), {
     executablePath: '/usr/bin/chromium',
     headless: true,

@@ -11,6 +11,7 @@
 #include "common/tool_main.h"
 #include "console/events.h"
 #include "console/http_api.h"
+#include "console/operator_api.h"
 #include "console/robot_events.h"
 
 using namespace robocomm;
@@ -28,6 +29,9 @@ Connects to a robot and serves its web console (and an HTTP API) to a browser.
 options (--opt VALUE or --opt=VALUE):
 )") + kLinkOptionsHelp + R"(  --listen ADDR:PORT       where the console serves HTTP (default 127.0.0.1:8080; [ADDR]:PORT for IPv6)
   --token TEXT             require TEXT on every request (Authorization: Bearer TEXT, or ?token=TEXT)
+  --labels FILE            names and severities of the robot's codes (robot-codes.json layout), over the built-in ones
+  --state-dir DIR          where the console keeps the last map edit per robot
+                           (default $STATE_DIRECTORY, $XDG_STATE_HOME/robocomm-console or ~/.local/state/robocomm-console)
   -h, --help               this text
   --version                the console's library version
 
@@ -39,6 +43,8 @@ struct Settings {
     std::string listenHost = "127.0.0.1";
     uint16_t listenPort = 8080;
     std::string token;
+    RobotCodes codes = RobotCodes::builtIn();
+    std::string stateFolder = defaultStateFolder();
     bool help = false;
     bool version = false;
 };
@@ -73,6 +79,8 @@ Settings parse(int argc, char** argv) {
         else if (arg == "--version") s.version = flag();
         else if (arg == "--listen") parseListen(value(), s);
         else if (arg == "--token") s.token = value();
+        else if (arg == "--labels") s.codes.applyFile(value());
+        else if (arg == "--state-dir") s.stateFolder = value();
         else if (!applyLinkOption(kTool, arg, value, flag, s.link)) throw usageFailure(kTool, "unknown argument " + word);
     }
     return s;
@@ -109,6 +117,9 @@ int serve(const Settings& s) {
     // Each open page holds one worker with its event stream.
     server.new_task_queue = [] { return new httplib::ThreadPool(16); };
     serveConsole(server, session, events, s.token);
+    MapEditStore mapEdits(s.stateFolder, s.link);
+    OperatorState operatorState{s.codes, mapEdits};
+    serveOperator(server, session, operatorState);
     if (!server.bind_to_port(s.listenHost, s.listenPort)) {
         std::cerr << "robocomm-console: cannot listen on " << s.listenHost << " port " << s.listenPort << std::endl;
         return static_cast<int>(Exit::Usage);

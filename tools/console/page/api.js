@@ -26,6 +26,11 @@ export async function commands() {
   return answer(await fetch(apiUrl('api/commands')));
 }
 
+// The names and severities of the robot's codes.
+export async function labels() {
+  return answer(await fetch(apiUrl('api/labels')));
+}
+
 export async function uploadFirmware(file) {
   return answer(await fetch(apiUrl('api/ota'), { method: 'POST', body: file }));
 }

@@ -2,6 +2,7 @@
 // operator's orders through the API.
 import { apiUrl, command, commands, mapImage, subscribe, uploadFirmware } from './api.js';
 import { MapView } from './map.js';
+import { label, loadLabels, showLabel } from './labels.js';
 
 const $ = (id) => document.getElementById(id);
 // How often the map image is fetched again while the link is up.
@@ -104,7 +105,11 @@ function showErrors(list) {
         item.className = 'none';
         item.textContent = 'no open errors';
       } else {
-        item.textContent = `${error.errorCode} (rank ${error.rank}${error.resolved ? ', resolved' : ''})`;
+        const { text, severity } = label('errors', error.errorCode);
+        const detail = document.createElement('small');
+        detail.textContent = `rank ${error.rank}${error.resolved ? ', resolved' : ''}`;
+        item.append(text, detail);
+        item.dataset.severity = severity;
       }
       return item;
     }),
@@ -112,6 +117,8 @@ function showErrors(list) {
   $('acknowledge').disabled = errors.length === 0;
 }
 
+// Names first, so that the first codes the stream brings are shown with them.
+await loadLabels().catch((error) => log(`Labels: ${error.message}`, true));
 const stream = subscribe({
   link: showLink,
   'software-version': ({ version }) => ($('version').textContent = version),
@@ -125,8 +132,8 @@ const stream = subscribe({
     $('target').textContent = poseText(t);
     view.setTarget(t);
   },
-  'robot-status': ({ status }) => ($('robot-status').textContent = status),
-  'docking-status': ({ state }) => ($('docking').textContent = state),
+  'robot-status': ({ status }) => showLabel($('robot-status'), 'status', status),
+  'docking-status': ({ state }) => showLabel($('docking'), 'docking', state),
   'battery-status-v2': showBattery,
   'error-list': showErrors,
   push: ({ name }) => log(`The robot pushed ${name}`),
