@@ -124,6 +124,79 @@ async function browserSession(page, url) {
   await page.locator('#raw-answer', { hasText: 'DEMO-0001' }).waitFor({ timeout: STEP_MS });
 }
 
+// Where a place of the 3.2 m room lies on the page's map.
+async function onMap(page, [x, y]) {
+  await page.locator('#map').scrollIntoViewIfNeeded();
+  const box = await page.locator('#map').boundingBox();
+  return [box.x + (box.width * x) / 3.2, box.y + (box.height * (3.2 - y)) / 3.2];
+}
+
+// The map edit as the demo host holds it: { block_area: [{ id, robot, image }], ... }.
+function robotsMapEdit() {
+  const record = {};
+  const pairs = (text) => text.trim().split(' ').map((pair) => pair.split(',').map(Number));
+  for (const line of readFileSync(join(work, 'robot', 'logs', 'map-edit-record.txt'), 'utf8').trim().split('\n')) {
+    const [list, id] = line.split(' ', 2);
+    const match = line.match(/ robot (.*) image (.*)$/);
+    if (match) (record[list] ??= []).push({ id, robot: pairs(match[1]), image: pairs(match[2]) });
+  }
+  return record;
+}
+
+// Draws a blocked area and a wall, sends them, and finds them on the robot
+// in both coordinates; exports, changes, undoes and imports the edit.
+async function mapEditing(page, shots) {
+  const area = [[0.5, 2.5], [1.0, 2.5], [1.0, 2.9]];
+  const wall = [[2.0, 0.5], [2.8, 0.5]];
+  await page.click('[data-tool=area]');
+  for (const place of area) await page.mouse.click(...(await onMap(page, place)));
+  await page.click('#edit-finish');
+  await page.click('[data-tool=wall]');
+  for (const place of wall) await page.mouse.click(...(await onMap(page, place)));
+  await page.keyboard.press('Enter');
+  await page.locator('#edit-summary', { hasText: '1 blocked areas, 1 walls' }).waitFor({ timeout: STEP_MS });
+  await page.click('#edit-send');
+  await page.locator('#edit-verdict', { hasText: 'accepted by the robot' }).waitFor({ timeout: STEP_MS });
+  await page.locator('.map-card').screenshot({ path: shots('map-edit') });
+
+  const record = robotsMapEdit();
+  const drawn = { block_area: area, block_wall: wall };
+  for (const [list, places] of Object.entries(drawn)) {
+    assert.equal(record[list]?.length, 1, `the robot holds one ${list}`);
+    const [{ robot, image }] = record[list];
+    assert.equal(robot.length, places.length);
+    robot.forEach(([x, y], i) => {
+      // Within a screen pixel of where the mouse went.
+      assert.ok(Math.hypot(x - places[i][0], y - places[i][1]) < 0.02, `${list} corner ${i}: ${x},${y}`);
+      // The map's cells are 5 cm, row 0 at the top of the 64-cell image.
+      assert.ok(Math.abs(image[i][0] - x / 0.05) < 0.01 && Math.abs(image[i][1] - (64 - y / 0.05)) < 0.01,
+        `${list} corner ${i}: image ${image[i]} agrees with robot ${x},${y}`);
+    });
+  }
+  console.log('browser test: the robot holds the drawn blocked area and wall in both coordinates');
+
+  const [download] = await Promise.all([page.waitForEvent('download', { timeout: STEP_MS }), page.click('#edit-export')]);
+  const exported = join(work, 'exported-map-edit.json');
+  await download.saveAs(exported);
+  assert.equal(JSON.parse(readFileSync(exported, 'utf8')).Request.Set.ByPass.block_wall.length, 1);
+  // Select the wall and delete it, undo that, then delete both and import the export.
+  await page.click('[data-tool=select]');
+  await page.mouse.click(...(await onMap(page, [2.4, 0.5])));
+  await page.locator('#edit-selected', { hasText: 'wall-' }).waitFor({ timeout: STEP_MS });
+  await page.click('#edit-delete');
+  await page.locator('#edit-summary', { hasText: '1 blocked areas, 0 walls' }).waitFor({ timeout: STEP_MS });
+  await page.click('#edit-undo');
+  await page.locator('#edit-summary', { hasText: '1 blocked areas, 1 walls' }).waitFor({ timeout: STEP_MS });
+  await page.mouse.click(...(await onMap(page, [0.9, 2.6])));
+  await page.click('#edit-delete');
+  await page.mouse.click(...(await onMap(page, [2.4, 0.5])));
+  await page.click('#edit-delete');
+  await page.locator('#edit-summary', { hasText: '0 blocked areas, 0 walls' }).waitFor({ timeout: STEP_MS });
+  await page.setInputFiles('#edit-import', exported);
+  await page.locator('#edit-summary', { hasText: '1 blocked areas, 1 walls' }).waitFor({ timeout: STEP_MS });
+  await page.click('[data-tool=off]');
+}
+
 // What a script sees of the API beside the page.
 async function apiAnswers(base) {
   const post = (path, body) => fetch(`${base}${path}`, { method: 'POST', body });
@@ -137,6 +210,13 @@ async function apiAnswers(base) {
   assert.equal(png.subarray(1, 4).toString(), 'PNG');
   assert.deepEqual([png.readUInt32BE(16), png.readUInt32BE(20)], [64, 64], 'the map is 64 cells square');
   assert.equal(map.headers.get('Cache-Control'), 'no-cache');
+
+  const last = await (await fetch(`${base}/api/map-edit`)).json();
+  assert.equal(last.Request.Set.ByPass.block_area.length, 1, 'the console keeps the edit it sent');
+  last.Request.Set.ByPass.info.modified = 'x'.repeat(40000);
+  const tooLarge = await post('/api/map-edit', JSON.stringify(last));
+  assert.equal(tooLarge.status, 400);
+  assert.match((await tooLarge.json()).error, /one frame\): \d+ bytes too many/);
 }
 
 // The page says when the robot goes away, and the console reconnects.
@@ -193,7 +273,9 @@ try {
     const page = context.pages()[0] ?? (await context.newPage());
     const problems = [];
     page.on('pageerror', (error) => problems.push(error.message));
+    const shots = (panel) => process.env.SCREENSHOT.replace(/\.png$/, `-${panel}.png`);
     await browserSession(page, `http://127.0.0.1:${port}/`);
+    await mapEditing(page, shots);
     await page.screenshot({ path: process.env.SCREENSHOT, fullPage: true });
     await apiAnswers(`http://127.0.0.1:${port}`);
     await robotRestarts(page, host);

@@ -31,6 +31,17 @@ export async function labels() {
   return answer(await fetch(apiUrl('api/labels')));
 }
 
+// The robot's verdict on a map-edit document.
+export async function sendMapEdit(document) {
+  return answer(await fetch(apiUrl('api/map-edit'), { method: 'POST', body: JSON.stringify(document) }));
+}
+
+// The map edit last sent to this robot, or null.
+export async function lastMapEdit() {
+  const response = await fetch(apiUrl('api/map-edit'));
+  return response.status === 404 ? null : answer(response);
+}
+
 export async function uploadFirmware(file) {
   return answer(await fetch(apiUrl('api/ota'), { method: 'POST', body: file }));
 }

@@ -3,6 +3,7 @@
 import { apiUrl, command, commands, mapImage, subscribe, uploadFirmware } from './api.js';
 import { MapView } from './map.js';
 import { label, loadLabels, showLabel } from './labels.js';
+import { mapEditPanel } from './map_edit_panel.js';
 
 const $ = (id) => document.getElementById(id);
 // How often the map image is fetched again while the link is up.
@@ -210,4 +211,5 @@ async function buildCommandPanel() {
 }
 
 buildCommandPanel().catch((error) => log(`Commands: ${error.message}`, true));
+mapEditPanel(view, log).catch((error) => log(`Map edit: ${error.message}`, true));
 refreshMap();
