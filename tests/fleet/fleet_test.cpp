@@ -375,6 +375,29 @@ TEST(Documents, HeadersCountPerTopicAndStateReportsTheRobot) {
     EXPECT_EQ(stateEvents(stateBody({moved, executor, actions, errors, codes, "site", true})), stateEvents(state));
 }
 
+// A robot's answers of another shape than its own are passed over, never
+// thrown on the session's thread, where they would end the whole bridge.
+TEST(Documents, AnswersOfAnotherShapeReadAsNothing) {
+    const auto at = WallClock::time_point(std::chrono::milliseconds(1));
+    RobotView view;
+    const char* moving[] = {R"({"Position":"here"})", R"({"Position":[1,2,3]})",
+                            R"({"Position":{"x":"1","y":2,"theta":0}})"};
+    for (const char* answer : moving) EXPECT_FALSE(view.read("all-moving-info-v2", parsed(answer), at)) << answer;
+    EXPECT_FALSE(view.pose);
+    EXPECT_TRUE(view.read("all-moving-info-v2",
+                          parsed(R"({"Position":{"x":1,"y":2,"theta":0},"validPosition":"yes","movingState":1e300})"), at));
+    EXPECT_EQ(view.movingState, 0);
+    view.read("robot-speed", parsed(R"({"mS":"fast","radS":{}})"), at);
+    view.read("battery-status-v2", parsed(R"({"batteryPercent":50,"batteryVoltage":[1]})"), at);
+    view.read("robot-status", parsed(R"({"status":1e12})"), at);
+    EXPECT_FALSE(view.status);
+    view.read("error-list", parsed(R"({"not":"a list"})"), at);
+    view.read("error-list", parsed(R"([7,{"resolved":"no","errorCode":["X"]},{"resolved":0,"errorCode":12,"rank":"high"}])"), at);
+    ASSERT_EQ(view.errors.size(), 1u);
+    EXPECT_EQ(view.errors[0].code, "12");
+    EXPECT_EQ(view.errors[0].rank, 0);
+}
+
 FleetSettings settingsFrom(std::vector<std::string> words) {
     std::vector<char*> argv;
     for (std::string& word : words) argv.push_back(word.data());

@@ -121,10 +121,17 @@ void Vehicle::brokerMessage(const std::string& topic, const std::string& payload
     if (!parseJson(payload, message, errors)) {
         errors_.raise("validationError", "WARNING",
                       std::string(isOrder ? "order" : "instant actions") + " is not JSON: " + errors, {});
-    } else if (isOrder) {
-        order_.receive(message, robot_.pose ? &*robot_.pose : nullptr);
     } else {
-        instant_.receive(message, robot_.pose ? &*robot_.pose : nullptr);
+        // The checks of the order and the actions read every field by its
+        // type; a shape they missed must still cost only this message,
+        // never the bridge and every other robot on it.
+        try {
+            if (isOrder) order_.receive(message, robot_.pose ? &*robot_.pose : nullptr);
+            else instant_.receive(message, robot_.pose ? &*robot_.pose : nullptr);
+        } catch (const std::exception& unreadable) {
+            errors_.raise("validationError", "WARNING",
+                          std::string(isOrder ? "order" : "instant actions") + " unreadable: " + unreadable.what(), {});
+        }
     }
     settle();
 }
@@ -166,10 +173,10 @@ void Vehicle::answered(const std::string& name, const Json::Value& body) {
     std::lock_guard<std::mutex> lock(mutex_);
     // A site's config that names the wrong address publishes one robot
     // under another's serial: say so on every connection.
-    if (name == "robot-info" && body["serialNumber"].isString() &&
-        body["serialNumber"].asString() != settings_.identity.serial)
+    const Json::Value& serial = memberAt(body, {"serialNumber"});
+    if (name == "robot-info" && serial.isString() && serial.asString() != settings_.identity.serial)
         say("warning: the robot at " + settings_.link.host + ":" + std::to_string(settings_.link.port) +
-            " reports serial number " + body["serialNumber"].asString());
+            " reports serial number " + serial.asString());
     const WallClock::time_point at = WallClock::now();
     if (robot_.read(name, body, at) && at - lastVisualization_ >= settings_.visualizationInterval) {
         lastVisualization_ = at;
@@ -181,7 +188,7 @@ void Vehicle::answered(const std::string& name, const Json::Value& body) {
 void Vehicle::pushed(const Message& message, const Json::Value& document) {
     if (message.code != kErrorCode) return;
     std::lock_guard<std::mutex> lock(mutex_);
-    robot_.addErrors(document["Emergency"]["Send"]["ErrorList"]);
+    robot_.addErrors(memberAt(document, {"Emergency", "Send", "ErrorList"}));
     settle();
 }
 
