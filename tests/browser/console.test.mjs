@@ -75,6 +75,9 @@ async function browserSession(page, url) {
   await page.locator('#position', { hasText: /x [\d.]+ m/ }).waitFor({ timeout: STEP_MS });
   await page.locator('#version', { hasText: 'demo-host' }).waitFor({ timeout: STEP_MS });
   await page.locator('#map:not([aria-busy])').waitFor({ timeout: STEP_MS });
+  // The site's labels file names status 0; the built-in table the rest.
+  await page.locator('#robot-status', { hasText: 'waiting for orders (0)' }).waitFor({ timeout: STEP_MS });
+  await page.locator('#docking', { hasText: /away from the station \(0\)|docked \(2\)/ }).waitFor({ timeout: STEP_MS });
   const [startX, startY] = numbers(await text('#position'));
   // The map is 3.2 m square: (2.42, 2.42) lies a little over three quarters
   // right and under one quarter down. The browser reports whole pixels, so the
@@ -98,7 +101,8 @@ async function browserSession(page, url) {
 
   await page.click('#emergency-stop');
   await activity('Emergency stop: done');
-  await page.locator('#errors li', { hasText: 'EMERGENCY-STOP' }).waitFor({ timeout: STEP_MS });
+  await page.locator('#errors li[data-severity=fatal]', { hasText: 'emergency stop pressed (EMERGENCY-STOP)' })
+    .waitFor({ timeout: STEP_MS });
   await page.click('#acknowledge');
   await activity('Acknowledge errors: delivered');
   await page.locator('#errors li', { hasText: 'no open errors' }).waitFor({ timeout: STEP_MS });
@@ -124,6 +128,79 @@ async function browserSession(page, url) {
   await page.locator('#raw-answer', { hasText: 'DEMO-0001' }).waitFor({ timeout: STEP_MS });
 }
 
+// Where a place of the 3.2 m room lies on the page's map.
+async function onMap(page, [x, y]) {
+  await page.locator('#map').scrollIntoViewIfNeeded();
+  const box = await page.locator('#map').boundingBox();
+  return [box.x + (box.width * x) / 3.2, box.y + (box.height * (3.2 - y)) / 3.2];
+}
+
+// The map edit as the demo host holds it: { block_area: [{ id, robot, image }], ... }.
+function robotsMapEdit() {
+  const record = {};
+  const pairs = (text) => text.trim().split(' ').map((pair) => pair.split(',').map(Number));
+  for (const line of readFileSync(join(work, 'robot', 'logs', 'map-edit-record.txt'), 'utf8').trim().split('\n')) {
+    const [list, id] = line.split(' ', 2);
+    const match = line.match(/ robot (.*) image (.*)$/);
+    if (match) (record[list] ??= []).push({ id, robot: pairs(match[1]), image: pairs(match[2]) });
+  }
+  return record;
+}
+
+// Draws a blocked area and a wall, sends them, and finds them on the robot
+// in both coordinates; exports, changes, undoes and imports the edit.
+async function mapEditing(page, shots) {
+  const area = [[0.5, 2.5], [1.0, 2.5], [1.0, 2.9]];
+  const wall = [[2.0, 0.5], [2.8, 0.5]];
+  await page.click('[data-tool=area]');
+  for (const place of area) await page.mouse.click(...(await onMap(page, place)));
+  await page.click('#edit-finish');
+  await page.click('[data-tool=wall]');
+  for (const place of wall) await page.mouse.click(...(await onMap(page, place)));
+  await page.keyboard.press('Enter');
+  await page.locator('#edit-summary', { hasText: '1 blocked areas, 1 walls' }).waitFor({ timeout: STEP_MS });
+  await page.click('#edit-send');
+  await page.locator('#edit-verdict', { hasText: 'accepted by the robot' }).waitFor({ timeout: STEP_MS });
+  await page.locator('.map-card').screenshot({ path: shots('map-edit') });
+
+  const record = robotsMapEdit();
+  const drawn = { block_area: area, block_wall: wall };
+  for (const [list, places] of Object.entries(drawn)) {
+    assert.equal(record[list]?.length, 1, `the robot holds one ${list}`);
+    const [{ robot, image }] = record[list];
+    assert.equal(robot.length, places.length);
+    robot.forEach(([x, y], i) => {
+      // Within a screen pixel of where the mouse went.
+      assert.ok(Math.hypot(x - places[i][0], y - places[i][1]) < 0.02, `${list} corner ${i}: ${x},${y}`);
+      // The map's cells are 5 cm, row 0 at the top of the 64-cell image.
+      assert.ok(Math.abs(image[i][0] - x / 0.05) < 0.01 && Math.abs(image[i][1] - (64 - y / 0.05)) < 0.01,
+        `${list} corner ${i}: image ${image[i]} agrees with robot ${x},${y}`);
+    });
+  }
+  console.log('browser test: the robot holds the drawn blocked area and wall in both coordinates');
+
+  const [download] = await Promise.all([page.waitForEvent('download', { timeout: STEP_MS }), page.click('#edit-export')]);
+  const exported = join(work, 'exported-map-edit.json');
+  await download.saveAs(exported);
+  assert.equal(JSON.parse(readFileSync(exported, 'utf8')).Request.Set.ByPass.block_wall.length, 1);
+  // Select the wall and delete it, undo that, then delete both and import the export.
+  await page.click('[data-tool=select]');
+  await page.mouse.click(...(await onMap(page, [2.4, 0.5])));
+  await page.locator('#edit-selected', { hasText: 'wall-' }).waitFor({ timeout: STEP_MS });
+  await page.click('#edit-delete');
+  await page.locator('#edit-summary', { hasText: '1 blocked areas, 0 walls' }).waitFor({ timeout: STEP_MS });
+  await page.click('#edit-undo');
+  await page.locator('#edit-summary', { hasText: '1 blocked areas, 1 walls' }).waitFor({ timeout: STEP_MS });
+  await page.mouse.click(...(await onMap(page, [0.9, 2.6])));
+  await page.click('#edit-delete');
+  await page.mouse.click(...(await onMap(page, [2.4, 0.5])));
+  await page.click('#edit-delete');
+  await page.locator('#edit-summary', { hasText: '0 blocked areas, 0 walls' }).waitFor({ timeout: STEP_MS });
+  await page.setInputFiles('#edit-import', exported);
+  await page.locator('#edit-summary', { hasText: '1 blocked areas, 1 walls' }).waitFor({ timeout: STEP_MS });
+  await page.click('[data-tool=off]');
+}
+
 // What a script sees of the API beside the page.
 async function apiAnswers(base, token) {
   const authorization = `Bearer ${token}`;
@@ -139,6 +216,16 @@ async function apiAnswers(base, token) {
   assert.equal(png.subarray(1, 4).toString(), 'PNG');
   assert.deepEqual([png.readUInt32BE(16), png.readUInt32BE(20)], [64, 64], 'the map is 64 cells square');
   assert.equal(map.headers.get('Cache-Control'), 'no-cache');
+
+  const last = await (await fetch(`${base}/api/map-edit`, { headers: { Authorization: authorization } })).json();
+  assert.equal(last.Request.Set.ByPass.block_area.length, 1, 'the console keeps the edit it sent');
+  last.Request.Set.ByPass.info.modified = 'x'.repeat(40000);
+  const tooLarge = await post('/api/map-edit', JSON.stringify(last));
+  assert.equal(tooLarge.status, 400);
+  assert.match((await tooLarge.json()).error, /one frame\): \d+ bytes too many/);
+  const plainText = await fetch(`${base}/api/map-edit`, {
+    method: 'POST', headers: { Authorization: authorization, 'Content-Type': 'text/plain' }, body: '{}' });
+  assert.equal(plainText.status, 415, 'the map edit wants the JSON content type, like every command');
 }
 
 // The commands that reached the robot, as the demo host records them.
@@ -160,6 +247,8 @@ const noCors = (path, body) => fetch(target + path, { method: 'POST', mode: 'no-
 settle('no-cors fetch set target-position', noCors('/api/set/target-position', '[2.5, 0.8, 0]'));
 settle('no-cors fetch set driving', noCors('/api/set/driving', '[0]'));
 settle('no-cors fetch ota', noCors('/api/ota', 'a text as firmware'));
+settle('no-cors fetch map-edit', noCors('/api/map-edit',
+  '{"Request": {"Set": {"ByPass": {"info": {"uid": "x"}, "block_area": [{"id": "a", "robot_path": [], "image_path": []}]}}}}'));
 settle('JSON fetch set emergency-stop', fetch(target + '/api/set/emergency-stop',
   { method: 'POST', headers: { 'Content-Type': 'application/json' }, body: '[]' }));
 const events = new EventSource(target + '/api/events');
@@ -187,7 +276,9 @@ async function attackerSite(host, port, target) {
 // Pages of other origins try every way a browser offers; the robot's own
 // record shows that none of it reached the robot.
 async function otherSitesAttack(context, target) {
-  const attackCommands = ['set target-position', 'set driving', 'set ota', 'set ota-data', 'set emergency-stop'];
+  const attackCommands = [
+    'set target-position', 'set driving', 'set ota', 'set ota-data', 'set emergency-stop', 'set by-pass-one-data',
+  ];
   const sites = [
     ['127.0.0.2', 9000, 'http://127.0.0.2:9000/'],
     ['127.0.0.1', await freePort(), 'http://localhost:PORT/'],
@@ -202,7 +293,7 @@ async function otherSitesAttack(context, target) {
     const page = await context.newPage();
     try {
       await page.goto(url);
-      await page.waitForFunction(() => Object.keys(window.outcomes).length === 7, null, { timeout: STEP_MS });
+      await page.waitForFunction(() => Object.keys(window.outcomes).length === 8, null, { timeout: STEP_MS });
       const outcomes = await page.evaluate(() => window.outcomes);
       // Long enough for the console to relay a command and the robot to take it.
       await new Promise((resolve) => setTimeout(resolve, 2000));
@@ -280,7 +371,10 @@ const startHost = () => start(process.env.DEMO_HOST, ['--run-dir', join(work, 'r
 try {
   const host = await startHost();
   const port = await freePort();
-  const consoleProgram = await start(process.env.CONSOLE, ['--listen', `127.0.0.1:${port}`], `127.0.0.1:${port}/`);
+  const labels = join(work, 'labels.json');
+  writeFileSync(labels, JSON.stringify({ status: { 0: { label: 'waiting for orders', severity: 'info' } } }));
+  const consoleArgs = ['--labels', labels, '--state-dir', join(work, 'console-state')];
+  const consoleProgram = await start(process.env.CONSOLE, ['--listen', `127.0.0.1:${port}`, ...consoleArgs], `127.0.0.1:${port}/`);
   // The address to open, printed with its token.
   const address = consoleProgram.output.match(/http:\/\/\S+/)[0];
   const token = new URL(address).searchParams.get('token') ?? '';
@@ -308,10 +402,13 @@ try {
     const page = context.pages()[0] ?? (await context.newPage());
     const problems = [];
     page.on('pageerror', (error) => problems.push(error.message));
+    const shots = (panel) => process.env.SCREENSHOT.replace(/\.png$/, `-${panel}.png`);
     await browserSession(page, address);
+    await mapEditing(page, shots);
     await page.screenshot({ path: process.env.SCREENSHOT, fullPage: true });
     const drove = robotRecord();
     assert.ok(drove.includes('set target-position') && drove.includes('set emergency-stop'), 'the page drove the robot');
+    assert.ok(drove.includes('set by-pass-one-data'), 'the map edit reached the robot');
     await apiAnswers(`http://127.0.0.1:${port}`, token);
     await otherSitesAttack(context, `http://127.0.0.1:${port}`);
     await rebindingRefused(context, port, token);

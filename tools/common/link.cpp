@@ -30,6 +30,20 @@ std::string frameBytes(const FrameHeader& header, const std::string& payload) {
     return frame + payload;
 }
 
+size_t commandWireSize(const LinkOptions& options, size_t jsonSize) {
+    constexpr size_t kBlock = 16;
+    // PKCS#7 padding always adds at least one byte, a whole block when the
+    // text fills its last one.
+    return options.plain ? jsonSize : (jsonSize / kBlock + 1) * kBlock;
+}
+
+void checkOneFrame(size_t wireSize) {
+    if (wireSize <= kChunkPayload) return;
+    throw Failure(Exit::Usage, "the command is " + std::to_string(wireSize) +
+                                   " bytes on the wire; the robot takes at most " + std::to_string(kChunkPayload) +
+                                   " (one frame): " + std::to_string(wireSize - kChunkPayload) + " bytes too many");
+}
+
 Link::Link(const LinkOptions& options)
     : options_(options), connection_(options.host, options.port, options.timeout) {
     generateKeyAndIV(options.passPhrase.empty() ? password : options.passPhrase, key_, iv_);
@@ -44,10 +58,7 @@ void Link::sendCommand(uint8_t code, const std::string& json) {
         encryptData(json, sealed, key_, iv_);
         payload.assign(sealed.begin(), sealed.end());
     }
-    if (payload.size() > kChunkPayload)
-        throw Failure(Exit::Usage, "the command is " + std::to_string(payload.size()) +
-                                       " bytes on the wire; the robot takes at most " +
-                                       std::to_string(kChunkPayload) + " (one frame)");
+    checkOneFrame(payload.size());
     const FrameHeader header{static_cast<uint32_t>(payload.size()), 1, 1, code, 1};
     sendFrame(frameBytes(header, payload));
 }

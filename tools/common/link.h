@@ -78,6 +78,12 @@ private:
 
 std::string frameBytes(const FrameHeader& header, const std::string& payload);
 
+// Bytes a command document of `jsonSize` bytes takes on the wire: the
+// text itself, or its AES-128-CBC ciphertext (padded to whole blocks).
+size_t commandWireSize(const LinkOptions& options, size_t jsonSize);
+// The robot takes a command in one frame only. Throws Failure(Usage)
+// saying by how many bytes `wireSize` exceeds it.
+void checkOneFrame(size_t wireSize);
 // The deciphered text of message `code` as one JSON object, the only shape
 // the robot sends; throws Failure(BadData) in the tools' words for anything
 // else (`plain`: the link runs without encryption, which a non-JSON message

@@ -1,6 +1,7 @@
 #include "common/robot_codes.h"
 
 #include "common/failure.h"
+#include "common/files.h"
 #include "common/json_text.h"
 #include "common/vocabulary.h"
 
@@ -93,6 +94,38 @@ void RobotCodes::apply(const Json::Value& overrides) {
         if (!entry.isObject()) throw badEntry(where, "an object expected");
         return entry;
     });
+}
+
+void RobotCodes::applyFile(const std::string& path) {
+    Json::Value table;
+    std::string errors;
+    if (!parseJson(readWholeFile(path), table, errors)) throw badEntry(path, "not a JSON document: " + errors);
+    try {
+        apply(table);
+    } catch (const Failure& bad) {
+        throw Failure(Exit::Usage, path + ": " + bad.what());
+    }
+}
+
+namespace {
+
+Json::Value labelSection(const std::map<std::string, CodeLabel>& entries) {
+    Json::Value section(Json::objectValue);
+    for (const auto& [code, entry] : entries) {
+        section[code]["label"] = entry.label;
+        section[code]["severity"] = entry.severity;
+    }
+    return section;
+}
+
+}  // namespace
+
+Json::Value RobotCodes::labels() const {
+    Json::Value labels;
+    labels["status"] = labelSection(status_);
+    labels["docking"] = labelSection(docking_);
+    labels["errors"] = labelSection(errors_);
+    return labels;
 }
 
 const CodeLabel* RobotCodes::status(int code) const { return lookup(status_, std::to_string(code)); }

@@ -41,6 +41,9 @@ public:
     // Entries of `overrides` (the same layout) replace or add to this table.
     // Throws Failure(Usage) naming the bad entry.
     void apply(const Json::Value& overrides);
+    // The same from a site's file (`--labels FILE`, `--robot-codes FILE`).
+    // Throws Failure(Usage) naming the file.
+    void applyFile(const std::string& path);
 
     // nullptr for a code the table does not know.
     const CodeLabel* status(int code) const;
@@ -50,6 +53,9 @@ public:
     // nullptr for an action the robot cannot carry out.
     const ActionMapping* action(const std::string& actionType) const;
     const std::map<std::string, ActionMapping>& actions() const { return actions_; }
+    // The status, docking and error labels for a display, keyed by code:
+    // {"status": {"1": {"label": "charging", "severity": "info"}}, "docking": {...}, "errors": {...}}.
+    Json::Value labels() const;
     // What the robot is for a VDA 5050 factsheet: "typeSpecification" and
     // "physicalParameters" as the standard writes them.
     const std::map<std::string, Json::Value>& factsheet() const { return factsheet_; }

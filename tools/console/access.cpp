@@ -13,6 +13,9 @@ namespace {
 // a firmware image is the robot's own limit (its memory).
 constexpr size_t kMaxParameters = 64u << 10;
 constexpr size_t kMaxImage = 64u << 20;
+// A map edit goes in one frame of 32 KiB; a larger one, laid out for
+// reading, still reaches the route that says by how much it is too large.
+constexpr size_t kMaxMapEdit = 1u << 20;
 
 // /api/get/NAME or /api/set/NAME, as the command route matches it. Read by
 // hand: g++ 12 warns inside std::regex under the sanitizers, and warnings fail the build.
@@ -93,24 +96,35 @@ std::optional<Refusal> checkToken(const AccessRules& rules, const httplib::Reque
     return refused(401, "this console wants its token (Authorization: Bearer TOKEN, or open the page as /?token=TOKEN)");
 }
 
+// What a POST route takes: its content type and its largest body.
+struct BodyRule {
+    const char* type;
+    size_t limit;
+};
+
+std::optional<BodyRule> bodyRule(const std::string& path) {
+    if (isCommandPath(path)) return BodyRule{"application/json", kMaxParameters};
+    if (path == "/api/ota") return BodyRule{"application/octet-stream", kMaxImage};
+    if (path == "/api/map-edit") return BodyRule{"application/json", kMaxMapEdit};
+    return std::nullopt;
+}
+
 // A form or a no-cors fetch of another site can send text/plain and form
 // types only; what acts on the robot wants a type that forces the browser
 // to ask first (a preflight, which the console never grants).
 std::optional<Refusal> checkBody(const httplib::Request& req) {
     if (req.method != "POST") return std::nullopt;
-    const bool command = isCommandPath(req.path);
-    const bool image = req.path == "/api/ota";
-    if (!command && !image) return std::nullopt;
-    const std::string wanted = command ? "application/json" : "application/octet-stream";
-    if (mediaType(req.get_header_value("Content-Type")) != wanted)
-        return refused(415, "POST " + req.path + " takes Content-Type: " + wanted);
+    const std::optional<BodyRule> rule = bodyRule(req.path);
+    if (!rule) return std::nullopt;
+    if (mediaType(req.get_header_value("Content-Type")) != rule->type)
+        return refused(415, "POST " + req.path + " takes Content-Type: " + rule->type);
     if (!req.has_header("Content-Length")) return refused(411, "a body needs its Content-Length");
     const std::string length = req.get_header_value("Content-Length");
-    const size_t limit = command ? kMaxParameters : kMaxImage;
     if (length.empty() || length.size() > 12 || !std::all_of(length.begin(), length.end(), ::isdigit))
         return refused(400, "Content-Length is not a number");
-    if (std::stoull(length) > limit)
-        return refused(413, "the body is larger than the " + std::to_string(limit) + " bytes POST " + req.path + " takes");
+    if (std::stoull(length) > rule->limit)
+        return refused(413, "the body is larger than the " + std::to_string(rule->limit) + " bytes POST " + req.path +
+                                " takes");
     return std::nullopt;
 }
 

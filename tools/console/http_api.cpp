@@ -17,6 +17,7 @@
 #include "console/assets.h"
 #include "console/events.h"
 #include "console/map_image.h"
+#include "console/replies.h"
 #include "common/session.h"
 #include "console/parameters.h"
 #include "robocomm/security.h"
@@ -76,44 +77,6 @@ const char kLoginPage[] = R"(<!doctype html>
 </body>
 </html>
 )";
-
-void reply(httplib::Response& res, int status, const Json::Value& body) {
-    res.status = status;
-    res.set_content(compactJson(body) + "\n", "application/json");
-}
-
-void replyError(httplib::Response& res, int status, const std::string& message) {
-    Json::Value body;
-    body["error"] = message;
-    reply(res, status, body);
-}
-
-int httpStatus(Exit status) {
-    switch (status) {
-        case Exit::Usage: return 400;
-        case Exit::Failed: return 422;
-        case Exit::Timeout: return 504;
-        case Exit::Interrupted: return 503;
-        case Exit::Ok: return 200;
-        case Exit::Unreachable:
-        case Exit::BadData: break;
-    }
-    return 502;
-}
-
-// Runs a handler that reaches the robot, turning its failure into an
-// error reply with the status that fits.
-void guarded(httplib::Response& res, const std::function<void()>& handler) {
-    try {
-        handler();
-    } catch (const RobotHeld& held) {
-        replyError(res, 409, held.what());
-    } catch (const Failure& failure) {
-        replyError(res, httpStatus(failure.status()), failure.what());
-    } catch (const std::exception& error) {
-        replyError(res, 500, error.what());
-    }
-}
 
 Json::Value vocabulary() {
     static const char* const kTypes[] = {"integer", "number", "boolean", "text"};

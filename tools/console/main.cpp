@@ -15,6 +15,7 @@
 #include "console/access.h"
 #include "console/events.h"
 #include "console/http_api.h"
+#include "console/operator_api.h"
 #include "console/robot_events.h"
 
 using namespace robocomm;
@@ -35,6 +36,9 @@ options (--opt VALUE or --opt=VALUE):
   --token-file FILE        the token is the first line of FILE
   --no-token               ask for no token (only while the console listens on loopback)
   --allow-host NAME        answer to the host name NAME too (repeatable; for a console reached by name)
+  --labels FILE            names and severities of the robot's codes (robot-codes.json layout), over the built-in ones
+  --state-dir DIR          where the console keeps the last map edit per robot
+                           (default $STATE_DIRECTORY, $XDG_STATE_HOME/robocomm-console or ~/.local/state/robocomm-console)
   -h, --help               this text
   --version                the console's library version
 
@@ -48,6 +52,8 @@ struct Settings {
     std::string token;
     bool noToken = false;
     std::vector<std::string> allowedHosts;
+    RobotCodes codes = RobotCodes::builtIn();
+    std::string stateFolder = defaultStateFolder();
     bool help = false;
     bool version = false;
 };
@@ -98,6 +104,8 @@ Settings parse(int argc, char** argv) {
         else if (arg == "--token-file") s.token = givenToken(tokenFromFile(value()));
         else if (arg == "--no-token") s.noToken = flag();
         else if (arg == "--allow-host") s.allowedHosts.push_back(value());
+        else if (arg == "--labels") s.codes.applyFile(value());
+        else if (arg == "--state-dir") s.stateFolder = value();
         else if (!applyLinkOption(kTool, arg, value, flag, s.link)) throw usageFailure(kTool, "unknown argument " + word);
     }
     if (s.noToken && !s.token.empty()) throw usageFailure(kTool, "--no-token goes with no --token or --token-file");
@@ -164,6 +172,9 @@ int serve(const Settings& s) {
     Session session(s.link, consolePlan(), robotEvents);
     httplib::Server server;
     serveConsole(server, session, events, rules);
+    MapEditStore mapEdits(s.stateFolder, s.link);
+    OperatorState operatorState{s.codes, mapEdits};
+    serveOperator(server, session, operatorState);
     if (!server.bind_to_port(s.listenHost, s.listenPort)) {
         std::cerr << "robocomm-console: cannot listen on " << s.listenHost << " port " << s.listenPort << std::endl;
         return static_cast<int>(Exit::Usage);

@@ -2,6 +2,9 @@
 
 #include <chrono>
 #include <cmath>
+#include <fstream>
+
+#include "map_edit_record.h"
 
 namespace demo {
 
@@ -316,6 +319,7 @@ bool integrationMap(Robot& r) {
 bool mapEdit(Robot& r) {
     if (!reqSetByPassOneData(&r.mapEdit)) return false;
     r.note("map edit " + r.mapEdit.uid + ": " + std::to_string(r.mapEdit.room_list.size()) + " rooms");
+    std::ofstream(r.logFolder + "/map-edit-record.txt") << mapEditRecordText(r.mapEdit);
     resSetByPassOneData(true);
     return true;
 }

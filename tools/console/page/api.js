@@ -24,6 +24,23 @@ export async function commands() {
   return answer(await fetch('api/commands'));
 }
 
+// The names and severities of the robot's codes.
+export async function labels() {
+  return answer(await fetch('api/labels'));
+}
+
+// The robot's verdict on a map-edit document.
+export async function sendMapEdit(document) {
+  const headers = { 'Content-Type': 'application/json' };
+  return answer(await fetch('api/map-edit', { method: 'POST', headers, body: JSON.stringify(document) }));
+}
+
+// The map edit last sent to this robot, or null.
+export async function lastMapEdit() {
+  const response = await fetch('api/map-edit');
+  return response.status === 404 ? null : answer(response);
+}
+
 export async function uploadFirmware(file) {
   const headers = { 'Content-Type': 'application/octet-stream' };
   return answer(await fetch('api/ota', { method: 'POST', headers, body: file }));

@@ -2,6 +2,8 @@
 // operator's orders through the API.
 import { command, commands, mapImage, subscribe, uploadFirmware } from './api.js';
 import { MapView } from './map.js';
+import { label, loadLabels, showLabel } from './labels.js';
+import { mapEditPanel } from './map_edit_panel.js';
 
 const $ = (id) => document.getElementById(id);
 // How often the map image is fetched again while the link is up.
@@ -104,7 +106,11 @@ function showErrors(list) {
         item.className = 'none';
         item.textContent = 'no open errors';
       } else {
-        item.textContent = `${error.errorCode} (rank ${error.rank}${error.resolved ? ', resolved' : ''})`;
+        const { text, severity } = label('errors', error.errorCode);
+        const detail = document.createElement('small');
+        detail.textContent = `rank ${error.rank}${error.resolved ? ', resolved' : ''}`;
+        item.append(text, detail);
+        item.dataset.severity = severity;
       }
       return item;
     }),
@@ -112,6 +118,8 @@ function showErrors(list) {
   $('acknowledge').disabled = errors.length === 0;
 }
 
+// Names first, so that the first codes the stream brings are shown with them.
+await loadLabels().catch((error) => log(`Labels: ${error.message}`, true));
 subscribe(
   {
     link: showLink,
@@ -126,8 +134,8 @@ subscribe(
       $('target').textContent = poseText(t);
       view.setTarget(t);
     },
-    'robot-status': ({ status }) => ($('robot-status').textContent = status),
-    'docking-status': ({ state }) => ($('docking').textContent = state),
+    'robot-status': ({ status }) => showLabel($('robot-status'), 'status', status),
+    'docking-status': ({ state }) => showLabel($('docking'), 'docking', state),
     'battery-status-v2': showBattery,
     'error-list': showErrors,
     push: ({ name }) => log(`The robot pushed ${name}`),
@@ -202,4 +210,5 @@ async function buildCommandPanel() {
 }
 
 buildCommandPanel().catch((error) => log(`Commands: ${error.message}`, true));
+mapEditPanel(view, log).catch((error) => log(`Map edit: ${error.message}`, true));
 refreshMap();

@@ -9,13 +9,32 @@ export class MapView {
     this.map = null;
     this.robot = null;
     this.target = null;
+    // Drawn over the map in turn: { draw(context, view), capturesClicks() }.
+    this.layers = [];
     canvas.addEventListener('click', (event) => {
-      if (!this.map) return;
-      const box = canvas.getBoundingClientRect();
-      const px = ((event.clientX - box.left) / box.width) * canvas.width;
-      const py = ((event.clientY - box.top) / box.height) * canvas.height;
-      onPick(this.toWorld(px, py));
+      if (!this.map || this.layers.some((layer) => layer.capturesClicks())) return;
+      onPick(this.toWorld(...this.canvasPoint(event)));
     });
+  }
+
+  addLayer(layer) {
+    this.layers.push(layer);
+    this.draw();
+  }
+
+  // The canvas pixel under a mouse or pointer event.
+  canvasPoint(event) {
+    const box = this.canvas.getBoundingClientRect();
+    return [
+      ((event.clientX - box.left) / box.width) * this.canvas.width,
+      ((event.clientY - box.top) / box.height) * this.canvas.height,
+    ];
+  }
+
+  // The map image's own pixel (column, row from the top) of a place.
+  toImage(x, y) {
+    const { bitmap, resolution, originX, originY } = this.map;
+    return { x: (x - originX) / resolution, y: bitmap.height - (y - originY) / resolution };
   }
 
   // The canvas stays busy until the first map arrives: clicks mean nothing before.
@@ -63,6 +82,7 @@ export class MapView {
     const [ox, oy] = this.offset();
     c.imageSmoothingEnabled = false;
     c.drawImage(bitmap, ox, oy, bitmap.width * s, bitmap.height * s);
+    for (const layer of this.layers) layer.draw(c, this);
     if (this.target) this.drawTarget(this.target);
     if (this.robot) this.drawRobot(this.robot);
   }
