@@ -1,0 +1,24 @@
+// The MQTT broker options every fleet tool takes (--broker, --broker-user,
+// --broker-password-file, --ca-file), parsed one way for all of them.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <utility>
+
+#include "common/mqtt_link.h"
+
+namespace robocomm::tools {
+
+extern const char kBrokerOptionsHelp[];
+
+// "host", "host:1883", "[::1]:1883"; port 0 when none is given. Throws
+// Failure(Usage) naming `tool` and `option` for anything else.
+std::pair<std::string, uint16_t> hostAndPort(const char* tool, const std::string& option, const std::string& text);
+
+// Applies one broker option; false for an option that is not one.
+bool applyBrokerOption(const char* tool, const std::string& option, const std::function<std::string()>& value,
+                       BrokerOptions& broker);
+
+}  // namespace robocomm::tools
