@@ -41,7 +41,7 @@ Json::Value rowOf(const FleetView& view, const std::string& serial) {
 
 // A view that knows R1: online, its state and its factsheet.
 FleetView viewWithRobot() {
-    FleetView view({"uagv", "robocomm"});
+    FleetView view({"uagv", "robocomm", ""});
     EXPECT_TRUE(view.receive("uagv/v2/robocomm/R1/connection", R"({"connectionState": "ONLINE"})"));
     EXPECT_TRUE(view.receive("uagv/v2/robocomm/R1/state", kState));
     EXPECT_TRUE(view.receive("uagv/v2/robocomm/R1/factsheet", kFactsheet));
@@ -49,7 +49,7 @@ FleetView viewWithRobot() {
 }
 
 TEST(FleetView, SubscribesToTheFourTopicsOfEveryRobot) {
-    const FleetView view({"site", "acme"});
+    const FleetView view({"site", "acme", ""});
     EXPECT_EQ(view.subscriptions(), (std::vector<std::string>{"site/v2/acme/+/connection", "site/v2/acme/+/state",
                                                               "site/v2/acme/+/factsheet", "site/v2/acme/+/visualization"}));
 }

@@ -9,6 +9,8 @@ const char kBrokerOptionsHelp[] = R"(  --broker HOST[:PORT]        the MQTT brok
   --broker-user NAME          user name at the broker
   --broker-password-file FILE the broker password, first line of FILE
   --ca-file FILE              speak TLS to the broker, trusting this CA certificate
+  --interface NAME            first topic level (default uagv)
+  --manufacturer NAME         third topic level and header field (default robocomm)
 )";
 
 namespace {
@@ -35,7 +37,7 @@ std::pair<std::string, uint16_t> hostAndPort(const char* tool, const std::string
 }
 
 bool applyBrokerOption(const char* tool, const std::string& option, const std::function<std::string()>& value,
-                       BrokerOptions& broker) {
+                       BrokerOptions& broker, Identity& topics) {
     if (option == "--broker") {
         const auto [host, port] = hostAndPort(tool, option, value());
         broker.host = host;
@@ -43,6 +45,8 @@ bool applyBrokerOption(const char* tool, const std::string& option, const std::f
     } else if (option == "--broker-user") broker.user = value();
     else if (option == "--broker-password-file") broker.password = firstLine(value());
     else if (option == "--ca-file") broker.caFile = value();
+    else if (option == "--interface") topics.interfaceName = value();
+    else if (option == "--manufacturer") topics.manufacturer = value();
     else return false;
     return true;
 }

@@ -1,5 +1,6 @@
-// The MQTT broker options every fleet tool takes (--broker, --broker-user,
-// --broker-password-file, --ca-file), parsed one way for all of them.
+// The MQTT options every fleet tool takes (--broker, --broker-user,
+// --broker-password-file, --ca-file, and the topics' --interface and
+// --manufacturer), parsed one way for all of them.
 #pragma once
 
 #include <cstdint>
@@ -8,6 +9,7 @@
 #include <utility>
 
 #include "common/mqtt_link.h"
+#include "common/vda_topics.h"
 
 namespace robocomm::tools {
 
@@ -17,8 +19,9 @@ extern const char kBrokerOptionsHelp[];
 // Failure(Usage) naming `tool` and `option` for anything else.
 std::pair<std::string, uint16_t> hostAndPort(const char* tool, const std::string& option, const std::string& text);
 
-// Applies one broker option; false for an option that is not one.
+// Applies one of these options; false for an option that is not one.
+// `topics` takes the interface and manufacturer (its serial is left alone).
 bool applyBrokerOption(const char* tool, const std::string& option, const std::function<std::string()>& value,
-                       BrokerOptions& broker);
+                       BrokerOptions& broker, Identity& topics);
 
 }  // namespace robocomm::tools

@@ -19,11 +19,6 @@ namespace robocomm::console {
 
 using tools::WallClock;
 
-struct FleetScope {
-    std::string interfaceName = "uagv";
-    std::string manufacturer = "robocomm";
-};
-
 // What the operator asks of one robot, as its VDA 5050 instant action.
 struct FleetCommand {
     const char* name;        // "pause": the last step of POST /api/fleet/SERIAL/pause
@@ -35,7 +30,8 @@ const std::vector<FleetCommand>& fleetCommands();
 
 class FleetView {
 public:
-    explicit FleetView(FleetScope scope) : scope_(std::move(scope)) {}
+    // `scope`: the interface and manufacturer watched (its serial is not used).
+    explicit FleetView(tools::Identity scope) : scope_(std::move(scope)) {}
 
     // "uagv/v2/robocomm/+/connection", ... state, factsheet, visualization.
     std::vector<std::string> subscriptions() const;
@@ -71,7 +67,7 @@ private:
     tools::Headers& headers(const std::string& serial);
     std::string nextId(const std::string& serial, const char* kind, WallClock::time_point at);
 
-    const FleetScope scope_;
+    const tools::Identity scope_;
     std::map<std::string, Robot> robots_;
     std::map<std::string, std::unique_ptr<tools::Headers>> headers_;
     uint64_t sent_ = 0;

@@ -27,7 +27,7 @@ double coordinate(const Json::Value& body, const char* key) {
 
 }  // namespace
 
-FleetWatch::FleetWatch(const tools::BrokerOptions& broker, FleetScope scope, EventHub& events)
+FleetWatch::FleetWatch(const tools::BrokerOptions& broker, tools::Identity scope, EventHub& events)
     : brokerAddress_(broker.host + ":" + std::to_string(broker.port ? broker.port : broker.caFile.empty() ? 1883 : 8883)),
       events_(events),
       view_(std::move(scope)) {

@@ -19,7 +19,7 @@ namespace robocomm::console {
 class FleetWatch {
 public:
     // Connects in the background (and again whenever the broker went away).
-    FleetWatch(const tools::BrokerOptions& broker, FleetScope scope, EventHub& events);
+    FleetWatch(const tools::BrokerOptions& broker, tools::Identity scope, EventHub& events);
     ~FleetWatch();
     FleetWatch(const FleetWatch&) = delete;
     FleetWatch& operator=(const FleetWatch&) = delete;
