@@ -56,7 +56,7 @@ fi
 
 if [ "$operator" = robocomm-console ]; then
   printf '\nThe simulated robot runs (its log: %s/robot/robocomm.log). Ctrl-C stops both.\n' "$work"
-  # The console prints the address to open.
+  # The console prints the address to open, with its token, on a line of its own.
   "$tools/robocomm-console" --listen "${ROBOCOMM_CONSOLE_LISTEN:-127.0.0.1:8080}" || true
   exit 0
 fi

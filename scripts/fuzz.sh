@@ -14,9 +14,10 @@ seconds=${1:-600}
 
 dir="$ROOT/build-fuzz"
 PACKAGES+=("${FUZZ_PACKAGES[@]}")
-# fuzzer-no-link gives libFuzzer the coverage of the library, not only of the harnesses.
+# fuzzer-no-link gives libFuzzer the coverage of the library and the tools,
+# not only of the harnesses (two targets fuzz the tools' own code).
 CC=clang CXX=clang++ build_into "$dir" -DROBOCOMM_SANITIZE=ON -DCMAKE_CXX_FLAGS=-fsanitize=fuzzer-no-link \
-  -DROBOCOMM_BUILD_TESTS=OFF -DROBOCOMM_BUILD_TOOLS=OFF -DROBOCOMM_BUILD_BENCH=OFF
+  -DROBOCOMM_BUILD_TESTS=OFF -DROBOCOMM_BUILD_BENCH=OFF
 mkdir -p "$dir/findings" "$dir/logs"
 
 total=0

@@ -1,15 +1,18 @@
 # Sourced by the entry scripts: installs what is missing from Debian's
-# packages, then configures and builds into the folder given.
+# packages, then configures and builds into the folder given. help2man makes
+# the tools' manual pages; the packages' test checks them with lintian.
 set -euo pipefail
 
 ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-PACKAGES=(g++ cmake make pkg-config libjsoncpp-dev libssl-dev libcpp-httplib-dev libpng-dev libmosquitto-dev libgtest-dev libbenchmark-dev valgrind tar gzip python3 binutils dpkg-dev
+PACKAGES=(g++ cmake make pkg-config libjsoncpp-dev libssl-dev libcpp-httplib-dev libpng-dev libmosquitto-dev libgtest-dev libgmock-dev libbenchmark-dev valgrind tar gzip python3 binutils dpkg-dev file help2man lintian
           mosquitto mosquitto-clients openssl python3-jsonschema)
 # The aarch64 build adds these (scripts/test.sh --arch aarch64): the cross
 # compiler, the emulator its programs run in, the target's libraries.
-AARCH64_PACKAGES=(g++-aarch64-linux-gnu qemu-user libjsoncpp-dev:arm64 libssl-dev:arm64 libgtest-dev:arm64)
+AARCH64_PACKAGES=(g++-aarch64-linux-gnu qemu-user libjsoncpp-dev:arm64 libssl-dev:arm64 libgtest-dev:arm64 libgmock-dev:arm64)
 # Only scripts/fuzz.sh needs these: libFuzzer comes with clang's runtime.
 FUZZ_PACKAGES=(clang libclang-rt-14-dev)
+# Only scripts/fresh.sh needs this: it makes the fresh Debian root.
+FRESH_PACKAGES=(debootstrap)
 
 install_missing_packages() {
   local missing=()

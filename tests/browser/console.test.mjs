@@ -8,6 +8,7 @@ import { spawn } from 'node:child_process';
 import { randomBytes } from 'node:crypto';
 import { mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import { createRequire } from 'node:module';
+import { createServer as createHttpServer } from 'node:http';
 import { createServer } from 'node:net';
 import { tmpdir } from 'node:os';
 import { join, resolve } from 'node:path';
@@ -37,15 +38,17 @@ async function freePort() {
   return port;
 }
 
-// Starts a program and waits for `ready` in its output.
+// Starts a program and waits for `ready` in its output, which stays in
+// child.output.
 function start(program, args, ready) {
   const child = spawn(program, args, { stdio: ['ignore', 'pipe', 'pipe'] });
   children.push(child);
-  let output = '';
+  child.output = '';
   return new Promise((resolve, reject) => {
-    const timer = setTimeout(() => reject(new Error(`${program} did not start:\n${output}`)), STEP_MS);
+    const timer = setTimeout(() => reject(new Error(`${program} did not start:\n${child.output}`)), STEP_MS);
     const take = (chunk) => {
-      output += chunk;
+      child.output += chunk;
+      const output = child.output;
       if (output.includes(ready)) {
         clearTimeout(timer);
         resolve(child);
@@ -53,7 +56,7 @@ function start(program, args, ready) {
     };
     child.stdout.on('data', take);
     child.stderr.on('data', take);
-    child.on('exit', (code) => reject(new Error(`${program} ended (${code}):\n${output}`)));
+    child.on('exit', (code) => reject(new Error(`${program} ended (${code}):\n${child.output}`)));
   });
 }
 
@@ -67,6 +70,7 @@ async function browserSession(page, url) {
 
   await page.goto(url);
   await page.locator('#link-state', { hasText: 'connected' }).waitFor({ timeout: STEP_MS });
+  assert.ok(!page.url().includes('token'), `the token left the address bar: ${page.url()}`);
   await page.locator('#battery', { hasText: /\d+ %/ }).waitFor({ timeout: STEP_MS });
   await page.locator('#position', { hasText: /x [\d.]+ m/ }).waitFor({ timeout: STEP_MS });
   await page.locator('#version', { hasText: 'demo-host' }).waitFor({ timeout: STEP_MS });
@@ -121,18 +125,130 @@ async function browserSession(page, url) {
 }
 
 // What a script sees of the API beside the page.
-async function apiAnswers(base) {
-  const post = (path, body) => fetch(`${base}${path}`, { method: 'POST', body });
+async function apiAnswers(base, token) {
+  const authorization = `Bearer ${token}`;
+  const headers = { Authorization: authorization, 'Content-Type': 'application/json' };
+  const post = (path, body) => fetch(`${base}${path}`, { method: 'POST', headers, body });
   const outside = await post('/api/set/target-position', '[9, 9, 0]');
   assert.equal(outside.status, 422, 'a target outside the room is refused');
   assert.match((await outside.json()).error, /refused/);
   assert.equal((await post('/api/set/target-position', '["x", 1, 0]')).status, 400);
   assert.equal((await post('/api/get/no-such-thing', '[]')).status, 404);
-  const map = await fetch(`${base}/api/map.png`);
+  const map = await fetch(`${base}/api/map.png`, { headers: { Authorization: authorization } });
   const png = Buffer.from(await map.arrayBuffer());
   assert.equal(png.subarray(1, 4).toString(), 'PNG');
   assert.deepEqual([png.readUInt32BE(16), png.readUInt32BE(20)], [64, 64], 'the map is 64 cells square');
   assert.equal(map.headers.get('Cache-Control'), 'no-cache');
+}
+
+// The commands that reached the robot, as the demo host records them.
+const robotRecord = () => readFileSync(join(work, 'robot', 'commands.log'), 'utf8').split('\n').filter(Boolean);
+
+// The page another site serves: each attack a browser lets any page try on
+// the console at `target`, and what the page itself learns in `outcomes`.
+function attackerPage(target) {
+  return `<!doctype html>
+<meta charset="utf-8"><title>another site</title>
+<iframe name="sink" hidden></iframe>
+<form id="stop" method="post" enctype="text/plain" target="sink" action="${target}/api/set/emergency-stop"></form>
+<script>
+const target = '${target}';
+const outcomes = (window.outcomes = {});
+const settle = (name, request) =>
+  request.then((r) => (outcomes[name] = 'answered ' + r.status), (e) => (outcomes[name] = 'failed: ' + e.message));
+const noCors = (path, body) => fetch(target + path, { method: 'POST', mode: 'no-cors', body });
+settle('no-cors fetch set target-position', noCors('/api/set/target-position', '[2.5, 0.8, 0]'));
+settle('no-cors fetch set driving', noCors('/api/set/driving', '[0]'));
+settle('no-cors fetch ota', noCors('/api/ota', 'a text as firmware'));
+settle('JSON fetch set emergency-stop', fetch(target + '/api/set/emergency-stop',
+  { method: 'POST', headers: { 'Content-Type': 'application/json' }, body: '[]' }));
+const events = new EventSource(target + '/api/events');
+events.addEventListener('link', (event) => (outcomes['EventSource'] = 'read ' + event.data));
+events.onerror = () => { outcomes['EventSource'] ??= 'failed'; events.close(); };
+const map = new Image();
+map.onload = () => (outcomes['img of the map'] = 'loaded');
+map.onerror = () => (outcomes['img of the map'] = 'failed');
+map.src = target + '/api/map.png';
+document.getElementById('stop').submit();
+outcomes['text/plain form set emergency-stop'] = 'submitted';
+</script>`;
+}
+
+// A web server of another site on this machine, serving the attacker page.
+async function attackerSite(host, port, target) {
+  const server = createHttpServer((request, response) => {
+    response.writeHead(200, { 'Content-Type': 'text/html' });
+    response.end(attackerPage(target));
+  });
+  await new Promise((resolve, reject) => server.on('error', reject).listen(port, host, resolve));
+  return server;
+}
+
+// Pages of other origins try every way a browser offers; the robot's own
+// record shows that none of it reached the robot.
+async function otherSitesAttack(context, target) {
+  const attackCommands = ['set target-position', 'set driving', 'set ota', 'set ota-data', 'set emergency-stop'];
+  const sites = [
+    ['127.0.0.2', 9000, 'http://127.0.0.2:9000/'],
+    ['127.0.0.1', await freePort(), 'http://localhost:PORT/'],
+  ];
+  for (const [host, port, address] of sites) {
+    const url = address.replace('PORT', port);
+    const server = await attackerSite(host, port, target);
+    // The host records a command just after answering it: a moment lets
+    // the last of the operator's commands land first.
+    await new Promise((resolve) => setTimeout(resolve, 500));
+    const before = robotRecord().length;
+    const page = await context.newPage();
+    try {
+      await page.goto(url);
+      await page.waitForFunction(() => Object.keys(window.outcomes).length === 7, null, { timeout: STEP_MS });
+      const outcomes = await page.evaluate(() => window.outcomes);
+      // Long enough for the console to relay a command and the robot to take it.
+      await new Promise((resolve) => setTimeout(resolve, 2000));
+      const reached = robotRecord().slice(before).filter((line) => attackCommands.includes(line));
+      console.log(`browser test: a page of ${url} against ${target}:`);
+      for (const [attack, outcome] of Object.entries(outcomes)) console.log(`  ${attack}: ${outcome}`);
+      console.log(`  reached the robot: ${reached.length ? reached.join(', ') : 'nothing'}`);
+      assert.deepEqual(reached, [], `commands from ${url} reached the robot`);
+      assert.match(outcomes['JSON fetch set emergency-stop'], /^failed/);
+      assert.equal(outcomes['EventSource'], 'failed');
+      assert.equal(outcomes['img of the map'], 'failed');
+    } finally {
+      await page.close();
+      // The browser keeps its connection to the site open: close it too.
+      server.closeAllConnections();
+      await new Promise((resolve) => server.close(resolve));
+    }
+  }
+}
+
+// DNS rebinding: a foreign name that resolves to the console's address
+// (chromium maps it, see --host-resolver-rules) reaches the console as its
+// own origin. Every route refuses it, the token in hand or not.
+async function rebindingRefused(context, port, token) {
+  const base = `http://rebind.example:${port}`;
+  const page = await context.newPage();
+  const statuses = {};
+  try {
+    for (const path of ['/', `/?token=${token}`, '/console.js', '/api/commands', '/api/map.png', '/api/log'])
+      statuses[`GET ${path}`] = (await page.goto(`${base}${path}`)).status();
+    await page.goto(`${base}/?token=${token}`);
+    const post = (path, type) =>
+      page.evaluate(
+        ([path, type, token]) =>
+          fetch(path, { method: 'POST', headers: { 'Content-Type': type, Authorization: `Bearer ${token}` }, body: '[]' })
+            .then((r) => r.status),
+        [path, type, token],
+      );
+    statuses['POST /api/set/emergency-stop'] = await post('/api/set/emergency-stop', 'application/json');
+    statuses['POST /api/ota'] = await post('/api/ota', 'application/octet-stream');
+    statuses['GET /api/events'] = await page.evaluate(() => fetch('/api/events').then((r) => r.status));
+  } finally {
+    await page.close();
+  }
+  console.log(`browser test: ${base} (DNS rebinding): ${JSON.stringify(statuses)}`);
+  for (const [route, status] of Object.entries(statuses)) assert.equal(status, 403, `${route} from ${base}`);
 }
 
 // The page says when the robot goes away, and the console reconnects.
@@ -149,11 +265,12 @@ async function heldRobotAndToken(port) {
   const base = `http://127.0.0.1:${port}`;
   await start(process.env.CONSOLE, ['--listen', `127.0.0.1:${port}`, '--token', 'secret', '--timeout', '1'], 'open ');
   assert.equal((await fetch(`${base}/api/commands`)).status, 401, 'no token, no answer');
+  const headers = { Authorization: 'Bearer secret', 'Content-Type': 'application/json' };
   const deadline = Date.now() + STEP_MS;
   let status;
   do {
     await new Promise((resolve) => setTimeout(resolve, 300));
-    status = (await fetch(`${base}/api/get/position?token=secret`, { method: 'POST', body: '[]' })).status;
+    status = (await fetch(`${base}/api/get/position`, { method: 'POST', headers, body: '[]' })).status;
   } while (status !== 409 && Date.now() < deadline);
   assert.equal(status, 409, 'a robot held by another client answers 409');
 }
@@ -163,7 +280,10 @@ const startHost = () => start(process.env.DEMO_HOST, ['--run-dir', join(work, 'r
 try {
   const host = await startHost();
   const port = await freePort();
-  await start(process.env.CONSOLE, ['--listen', `127.0.0.1:${port}`], 'open http://');
+  const consoleProgram = await start(process.env.CONSOLE, ['--listen', `127.0.0.1:${port}`], `127.0.0.1:${port}/`);
+  // The address to open, printed with its token.
+  const address = consoleProgram.output.match(/http:\/\/\S+/)[0];
+  const token = new URL(address).searchParams.get('token') ?? '';
   const context = await chromium.launchPersistentContext(join(work, 'profile'), {
     executablePath: '/usr/bin/chromium',
     headless: true,
@@ -180,15 +300,21 @@ try {
       '--disable-background-networking',
       '--disable-component-update',
       '--disable-sync',
+      // A foreign name that resolves to the console's address, as DNS rebinding makes it.
+      '--host-resolver-rules=MAP rebind.example 127.0.0.1',
     ],
   });
   try {
     const page = context.pages()[0] ?? (await context.newPage());
     const problems = [];
     page.on('pageerror', (error) => problems.push(error.message));
-    await browserSession(page, `http://127.0.0.1:${port}/`);
+    await browserSession(page, address);
     await page.screenshot({ path: process.env.SCREENSHOT, fullPage: true });
-    await apiAnswers(`http://127.0.0.1:${port}`);
+    const drove = robotRecord();
+    assert.ok(drove.includes('set target-position') && drove.includes('set emergency-stop'), 'the page drove the robot');
+    await apiAnswers(`http://127.0.0.1:${port}`, token);
+    await otherSitesAttack(context, `http://127.0.0.1:${port}`);
+    await rebindingRefused(context, port, token);
     await robotRestarts(page, host);
     assert.deepEqual(problems, [], 'the page ran without script errors');
   } finally {

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <thread>
 #include <string>
 
 #include "common/failure.h"
@@ -17,6 +18,7 @@
 #include "console/map_image.h"
 #include "common/session.h"
 #include "console/robot_events.h"
+#include "link/frame.h"
 #include "robocomm/security.h"
 
 namespace robocomm::console {
@@ -128,6 +130,7 @@ public:
     }
     ~Port() { close(fd_); }
     uint16_t number() const { return number_; }
+    int fd() const { return fd_; }
 
 private:
     int fd_;
@@ -179,6 +182,70 @@ TEST(Session, SaysWhenTheRobotIsUnreachableOrHeldByAnotherClient) {
     }
     // Every wait is bounded by the 300 ms timeout.
     EXPECT_LT(std::chrono::steady_clock::now() - start, 5s);
+}
+
+// A plain robot that answers every frame it reads with `answer`, under the
+// frame's own code, until the session leaves.
+class HostileRobot {
+public:
+    explicit HostileRobot(const std::string& answer) : port_(true) {
+        thread_ = std::thread([this, answer] {
+            const int fd = accept(port_.fd(), nullptr, nullptr);
+            unsigned char head[kHeaderSize];
+            while (fd >= 0 && recv(fd, head, sizeof head, MSG_WAITALL) == static_cast<ssize_t>(sizeof head)) {
+                const FrameHeader header = readHeader(head);
+                std::string payload(header.totalSize, '\0');
+                if (header.totalSize && recv(fd, payload.data(), payload.size(), MSG_WAITALL) <= 0) break;
+                std::string frame(kHeaderSize, '\0');
+                writeHeader({static_cast<uint32_t>(answer.size()), 1, 1, header.identifier, kKindAnswer},
+                            reinterpret_cast<unsigned char*>(frame.data()));
+                frame += answer;
+                send(fd, frame.data(), frame.size(), MSG_NOSIGNAL);
+            }
+            if (fd >= 0) close(fd);
+        });
+    }
+    ~HostileRobot() { thread_.join(); }
+    uint16_t port() const { return port_.number(); }
+
+private:
+    Port port_;
+    std::thread thread_;
+};
+
+// The session's requests fail with status 5 (HTTP 502) in the tools' own
+// words, whatever the robot sends instead of a JSON object.
+TEST(Session, ARobotsBadDataIsReportedInTheToolsWords) {
+    const std::string nestingBomb = std::string(5000, '[') + std::string(5000, ']');
+    for (const std::string& answer : {std::string("[1,2,3]"), nestingBomb}) {
+        SCOPED_TRACE(answer.substr(0, 10));
+        std::string events;
+        {
+            const HostileRobot robot(answer);
+            tools::LinkOptions options;
+            options.port = robot.port();
+            options.plain = true;
+            options.timeout = 300ms;
+            EventHub hub;
+            RobotEvents robotEvents(hub, options);
+            tools::Session session(options, consolePlan(), robotEvents);
+            const CommandSpec& position = tools::commandFor(CommandKind::Get, "position");
+            uint64_t cursor = 0;
+            events = hub.snapshot(cursor);
+            try {
+                session.request(position, tools::requestDocument(position, {}));
+                ADD_FAILURE() << "a robot's bad data was taken";
+            } catch (const Failure& failure) {
+                // Either way the console answers 502.
+                EXPECT_TRUE(failure.status() == Exit::BadData || failure.status() == Exit::Unreachable);
+            }
+            events += hub.next(cursor, 0ms);
+        }
+        // The page hears why in the link's state, as the request's error says.
+        EXPECT_NE(events.find(answer[1] == '1' ? "message 10 is not a JSON object" : "message 10 is not JSON"),
+                  std::string::npos)
+            << events;
+    }
 }
 
 }  // namespace

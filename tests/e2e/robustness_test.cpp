@@ -5,6 +5,7 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <fstream>
 
@@ -143,11 +144,12 @@ TEST(Client, TakesSettingsFromTheEnvironment) {
     EXPECT_NE(overridden.err.find("ROBOCOMM_PORT wants a positive number"), std::string::npos) << overridden.err;
 }
 
-// A plain robot that answers the client's first command with these bytes
-// and keeps the connection open until the client is done.
-ClientRun answeredBy(const std::string& bytes, const std::vector<std::string>& command) {
+// A robot (plain unless told) that answers the client's first command with
+// these bytes and keeps the connection open until the client is done.
+ClientRun answeredBy(const std::string& bytes, const std::vector<std::string>& command, bool plain = true) {
     const SilentRobot robot;
-    std::vector<std::string> args{"--plain", "--port", robot.port};
+    std::vector<std::string> args{"--port", robot.port};
+    if (plain) args.insert(args.begin(), "--plain");
     args.insert(args.end(), command.begin(), command.end());
     ClientProcess run(args);
     const int fd = accept(robot.fd, nullptr, nullptr);
@@ -183,6 +185,48 @@ TEST(Client, AFirmwareImageTheRobotRefusesExitsWithStatusOne) {
     EXPECT_EQ(result.status, 1);
     EXPECT_NE(result.out.find("REFUSED by the robot"), std::string::npos) << result.out;
     EXPECT_EQ(result.err, "robocomm-client: the robot refused the firmware image\n");
+}
+
+// A hostile robot's answers end the client with status 5 and its own
+// words, and nothing else on stderr (no reader's or cipher's text).
+TEST(Client, AHostileRobotsAnswerIsBadData) {
+    const std::string bomb = std::string(5000, '[') + std::string(5000, ']');
+    const std::string deepInside = R"({"Response":{"Get":{"Position":)" + bomb + "}}}";
+    const struct {
+        std::string body;
+        bool plain;
+        std::string says;
+    } cases[] = {
+        {bomb, true, "message 1 is not JSON"},
+        {deepInside, true, "message 1 is not JSON"},
+        {"[1,2,3]", true, "message 1 is not a JSON object"},
+        {"\"position\"", true, "message 1 is not a JSON object"},
+        {std::string(32, 'x'), false, "cannot decipher the robot's message 1"},
+        {"short", false, "cannot decipher the robot's message 1"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.body.substr(0, 20));
+        const ClientRun result = answeredBy(header(c.body.size(), 1, 1) + c.body, {"get", "position"}, c.plain);
+        EXPECT_EQ(result.status, 5);
+        EXPECT_EQ(result.err.rfind("robocomm-client: " + c.says, 0), 0u) << result.err;
+        EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
+    }
+}
+
+// Members of unexpected types are read as absent, not as the end of the client.
+TEST(Client, AnAnswerOfUnexpectedShapeIsShownNotFatal) {
+    const robotest::TempDir folder;
+    const std::string odd = R"({"Response":{"Get":[1,{"data":7}]}})";
+    const ClientRun saved =
+        answeredBy(header(odd.size(), 1, 15) + odd, {"--save", folder.path() + "/map.pgm", "get", "map-data"});
+    EXPECT_EQ(saved.status, 2) << saved.err;
+    EXPECT_NE(saved.err.find("carries no data to save"), std::string::npos) << saved.err;
+    const std::string verdict = R"({"Response":{"Set":{"OTA":{"result":"maybe"}}}})";
+    std::ofstream(folder.path() + "/firmware.bin") << "x";
+    const ClientRun ota =
+        answeredBy(header(verdict.size(), 1, 81) + verdict, {"ota", folder.path() + "/firmware.bin"});
+    EXPECT_EQ(ota.status, 1) << ota.err;
+    EXPECT_EQ(ota.err, "robocomm-client: the robot refused the firmware image\n");
 }
 
 }  // namespace

@@ -5,7 +5,8 @@
 #   check.sh install  BUILD_DIR CXX [TOOLCHAIN_FILE [EMULATOR...]]
 #     the tree of `cmake --install` under a custom prefix
 #   check.sh packages BUILD_DIR CXX [TOOLCHAIN_FILE [EMULATOR...]]
-#     the Debian packages of `cpack -G DEB`, unpacked with dpkg -x
+#     the Debian packages of `cpack -G DEB`, checked with lintian and
+#     unpacked with dpkg -x
 # A cross build passes its toolchain file and the emulator its programs run in.
 set -euo pipefail
 mode=$1 build=$2 cxx=$3 toolchain=${4:-}
@@ -26,10 +27,15 @@ unpack_packages() {
   arch=$(sed -n 's/^set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE "\(.*\)")$/\1/p' "$build/CPackConfig.cmake")
   [ -n "$arch" ] || arch=$(dpkg --print-architecture)
   cpack -G DEB --config "$build/CPackConfig.cmake" -B "$scratch" >/dev/null
+  # Libraries in Debian's multiarch folder, so that architectures install side by side.
+  local lib
+  lib=/usr/lib/$(dpkg-architecture -a "$arch" -qDEB_HOST_MULTIARCH 2>/dev/null)
   local -A expected=(
-    [librobocomm0]='/usr/lib/librobocomm\.so\.0'
-    [librobocomm-dev]='/usr/include/robocomm\.h|/usr/lib/librobocomm\.so$|/usr/lib/cmake/robocomm/robocommConfig\.cmake|/usr/lib/pkgconfig/robocomm\.pc'
-    [robocomm-tools]='/usr/bin/robocomm-client|/usr/bin/robocomm-demo-host')
+    [librobocomm0]="$lib/librobocomm\\.so\\.0|/usr/share/doc/librobocomm0/copyright"
+    [librobocomm-dev]="/usr/include/robocomm\\.h|$lib/librobocomm\\.so\$|$lib/cmake/robocomm/robocommConfig\\.cmake|$lib/pkgconfig/robocomm\\.pc"
+    [robocomm-tools]='/usr/bin/robocomm-client|/usr/bin/robocomm-demo-host|/usr/share/man/man1/robocomm-client\.1\.gz')
+  # Debian's own checks of the packages: no error, no warning.
+  lintian --fail-on error,warning "$scratch"/*.deb || fail "lintian finds fault with the $arch packages"
   local name deb
   for name in "${!expected[@]}"; do
     deb=$(ls "$scratch"/"${name}"_*_"$arch".deb) || fail "no $arch package $name"

@@ -29,6 +29,7 @@ constexpr Millis kReconnectPause{1000};
 // Writes the answer's base64 "data" member to a file and leaves a note in
 // its place; false when the answer has none.
 bool saveData(Json::Value& document, const std::string& path) {
+    if (!memberAt(document, {"Response", "Get"}).isObject()) return false;
     Json::Value& answers = document["Response"]["Get"];
     for (const std::string& name : answers.getMemberNames()) {
         Json::Value& answer = answers[name];

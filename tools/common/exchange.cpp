@@ -20,10 +20,12 @@ void confirmDelivery(Link& link, const CommandSpec& command, const MessageSink& 
 }
 
 bool refused(const Json::Value& document) {
-    const Json::Value& results = document["Response"]["Set"];
+    const Json::Value& results = memberAt(document, {"Response", "Set"});
     if (!results.isObject()) return false;
-    for (const std::string& name : results.getMemberNames())
-        if (results[name]["result"].isBool() && !results[name]["result"].asBool()) return true;
+    for (const std::string& name : results.getMemberNames()) {
+        const Json::Value& result = memberAt(results[name], {"result"});
+        if (result.isBool() && !result.asBool()) return true;
+    }
     return false;
 }
 

@@ -61,8 +61,31 @@ std::string compactJson(const Json::Value& value) {
 }
 
 bool parseJson(const std::string& text, Json::Value& root, std::string& errors) {
-    const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
-    return reader->parse(text.data(), text.data() + text.size(), &root, &errors);
+    Json::CharReaderBuilder builder;
+    builder["stackLimit"] = kJsonDepth;
+    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+    try {
+        return reader->parse(text.data(), text.data() + text.size(), &root, &errors);
+    } catch (const Json::Exception&) {
+        // The reader throws rather than report a document past its depth.
+        errors = "nested deeper than " + std::to_string(kJsonDepth) + " levels";
+        return false;
+    }
+}
+
+const Json::Value& memberAt(const Json::Value& value, std::initializer_list<const char*> path) {
+    static const Json::Value kNull;
+    const Json::Value* at = &value;
+    for (const char* name : path) {
+        if (!at->isObject()) return kNull;
+        at = &(*at)[name];
+    }
+    return *at;
+}
+
+double numberAt(const Json::Value& value, std::initializer_list<const char*> path) {
+    const Json::Value& at = memberAt(value, path);
+    return at.isNumeric() || at.isBool() ? at.asDouble() : 0;
 }
 
 }  // namespace robocomm::tools

@@ -5,6 +5,7 @@
 
 #include <json/value.h>
 
+#include <initializer_list>
 #include <string>
 
 namespace robocomm::tools {
@@ -14,7 +15,18 @@ std::string compactJson(const Json::Value& value);
 std::string numberText(double value);
 // A JSON string literal; UTF-8 text passes through unescaped.
 std::string quoted(const std::string& text);
-// False, with the reader's errors, when the text is not one JSON document.
+// False, with the reader's errors, when the text is not one JSON document
+// or nests deeper than kJsonDepth; never throws.
 bool parseJson(const std::string& text, Json::Value& root, std::string& errors);
+// Deeper than anything the robot or a map edit holds, shallow enough that
+// reading a hostile document cannot exhaust the stack.
+constexpr int kJsonDepth = 64;
+
+// The member reached through `path`, or null when a step is not an object
+// that has it: reads a document of unknown shape without throwing.
+const Json::Value& memberAt(const Json::Value& value, std::initializer_list<const char*> path);
+// The number (or boolean) there, or 0 when there is none: 12.5 for
+// numberAt(answer, {"battery", "voltage"}).
+double numberAt(const Json::Value& value, std::initializer_list<const char*> path);
 
 }  // namespace robocomm::tools

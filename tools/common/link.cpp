@@ -5,6 +5,7 @@
 #include <thread>
 #include <vector>
 
+#include "common/decipher.h"
 #include "common/failure.h"
 #include "robocomm/security.h"
 
@@ -15,21 +16,10 @@ namespace {
 // The robot polls its socket every 100 ms; a longer gap keeps two frames
 // out of one read.
 constexpr Millis kFramePause{150};
-// No robot answer is larger than a full-size log bundle and its padding.
-constexpr size_t kMaxMessage = 256u << 20;
-
 std::string seconds(Millis wait) {
     std::ostringstream text;
     text << static_cast<double>(wait.count()) / 1000.0 << " s";
     return text.str();
-}
-
-// Payload bytes of this frame in the chunked layout.
-size_t chunkLength(const FrameHeader& header) {
-    if (header.partNumber == 0) return 0;
-    const size_t start = static_cast<size_t>(header.partNumber - 1) * kChunkPayload;
-    if (start >= header.totalSize) return 0;
-    return std::min(kChunkPayload, header.totalSize - start);
 }
 
 }  // namespace
@@ -80,26 +70,12 @@ std::optional<FrameHeader> Link::peekHeader(Deadline deadline) {
 
 std::optional<Message> Link::receive(Deadline deadline) {
     for (;;) {
-        const auto header = peekHeader(deadline);
-        if (!header) return std::nullopt;
-        if (header->totalSize > kMaxMessage)
-            throw Failure(Exit::BadData, "the robot announced a message of " + std::to_string(header->totalSize) +
-                                             " bytes; not a frame of this protocol");
-        const size_t length = chunkLength(*header);
-        if (!connection_.await(kHeaderSize + length, deadline)) return std::nullopt;
-        connection_.take(kHeaderSize);
-        const uint16_t slot = static_cast<uint16_t>(header->identifier << 8 | header->object);
-        std::string& partial = partials_[slot];
-        if (header->partNumber <= 1) partial.clear();
-        partial += connection_.take(length);
+        if (!connection_.await(kHeaderSize, deadline)) return std::nullopt;
+        const size_t size = Reassembly::frameSize(connection_.buffered());
+        if (!connection_.await(size, deadline)) return std::nullopt;
+        if (auto message = reassembly_.add(connection_.take(size))) return message;
         // A message still under way resumes at the next call once the deadline passed.
-        if (header->partNumber < header->totalParts) {
-            if (deadline.passed()) return std::nullopt;
-            continue;
-        }
-        Message message{header->identifier, header->object, std::move(partial)};
-        partials_.erase(slot);
-        return message;
+        if (deadline.passed()) return std::nullopt;
     }
 }
 
@@ -138,20 +114,25 @@ std::string Link::receiveBytes(size_t n, const std::function<void(size_t)>& prog
 
 std::string Link::open(const std::string& payload, uint8_t code) {
     if (options_.plain) return payload;
-    std::string text = decryptData(payload, key_, iv_);
-    if (text.empty())
+    const std::optional<std::string> text = decipher(payload, key_, iv_);
+    if (!text || text->empty())
         throw Failure(Exit::BadData, "cannot decipher the robot's message " + std::to_string(code) +
                                          ": wrong pass phrase, or encryption is off on the robot (try --plain)");
-    return text;
+    return *text;
 }
 
 Json::Value Link::document(const Message& message) {
+    return robotDocument(open(message.payload, message.code), message.code, options_.plain);
+}
+
+Json::Value robotDocument(const std::string& text, uint8_t code, bool plain) {
     Json::Value root;
     std::string errors;
-    if (!parseJson(open(message.payload, message.code), root, errors)) {
-        const char* hint = options_.plain ? " (is encryption on at the robot? drop --plain)" : "";
-        throw Failure(Exit::BadData, "message " + std::to_string(message.code) + " is not JSON" + hint);
+    if (!parseJson(text, root, errors)) {
+        const char* hint = plain ? " (is encryption on at the robot? drop --plain)" : "";
+        throw Failure(Exit::BadData, "message " + std::to_string(code) + " is not JSON" + hint);
     }
+    if (!root.isObject()) throw Failure(Exit::BadData, "message " + std::to_string(code) + " is not a JSON object");
     return root;
 }
 

@@ -7,13 +7,13 @@
 
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <optional>
 #include <string>
 
 #include "common/connection.h"
 #include "common/failure.h"
 #include "common/json_text.h"
+#include "common/reassembly.h"
 #include "link/frame.h"
 
 namespace robocomm::tools {
@@ -27,13 +27,6 @@ struct LinkOptions {
     std::string passPhrase;
     // Longest silence accepted from the robot, and the connect patience.
     Millis timeout{5000};
-};
-
-// One whole message from the robot, its payload as it travelled.
-struct Message {
-    uint8_t code;
-    uint8_t kind;
-    std::string payload;
 };
 
 class Link {
@@ -62,7 +55,7 @@ public:
 
     // The payload as plain text; throws Failure(BadData) when it does not decipher.
     std::string open(const std::string& payload, uint8_t code);
-    // The payload parsed as JSON; throws Failure(BadData).
+    // The payload's JSON object; throws Failure(BadData).
     Json::Value document(const Message& message);
 
     // Whether the robot has sent anything at all on this connection.
@@ -80,10 +73,15 @@ private:
     unsigned char key_[16];
     unsigned char iv_[16];
     Clock::time_point lastFrame_{};
-    // Messages of several frames under way, by code and kind.
-    std::map<uint16_t, std::string> partials_;
+    Reassembly reassembly_;
 };
 
 std::string frameBytes(const FrameHeader& header, const std::string& payload);
+
+// The deciphered text of message `code` as one JSON object, the only shape
+// the robot sends; throws Failure(BadData) in the tools' words for anything
+// else (`plain`: the link runs without encryption, which a non-JSON message
+// may hint is wrong).
+Json::Value robotDocument(const std::string& text, uint8_t code, bool plain);
 
 }  // namespace robocomm::tools

@@ -5,6 +5,7 @@
 
 #include "common/exchange.h"
 #include "common/failure.h"
+#include "common/json_text.h"
 #include "common/vocabulary.h"
 
 namespace robocomm::tools {
@@ -28,7 +29,7 @@ const char* linkStateName(LinkState state) {
 
 Json::Value answerBody(const Json::Value& document) {
     for (const char* verb : {"Get", "Set"}) {
-        const Json::Value& answers = document["Response"][verb];
+        const Json::Value& answers = memberAt(document, {"Response", verb});
         if (answers.isObject() && !answers.empty()) return answers[answers.getMemberNames().front()];
     }
     return Json::Value();

@@ -54,13 +54,14 @@ private:
         if (message.code != kOtaDataCode) return;
         const Json::Value document = link_.document(message);
         if (message.kind == kKindAnswer) {
-            verdict_ = document["Response"]["Set"]["OTA"]["result"].asBool();
+            verdict_ = numberAt(document, {"Response", "Set", "OTA", "result"}) != 0;
             return;
         }
-        const Json::Value& ota = document["Emergency"]["Send"]["OTA"];
-        if (ota["state"].asInt() == kOtaChecksumFailed) verdict_ = false;
-        progress_.robotReceived = progress_.robotReceived || ota["state"].asInt() == kOtaReceived;
-        progress_.robotPercent = ota["progress"].asInt();
+        const Json::Value& ota = memberAt(document, {"Emergency", "Send", "OTA"});
+        const double state = numberAt(ota, {"state"});
+        if (state == kOtaChecksumFailed) verdict_ = false;
+        progress_.robotReceived = progress_.robotReceived || state == kOtaReceived;
+        progress_.robotPercent = static_cast<int>(std::clamp(numberAt(ota, {"progress"}), 0.0, 100.0));
         observe_(progress_);
     }
 

@@ -2,18 +2,23 @@
 
 #include <httplib.h>
 
+#include <atomic>
 #include <chrono>
+#include <iostream>
 #include <memory>
 #include <mutex>
+#include <thread>
 
 #include "common/exchange.h"
 #include "common/json_text.h"
 #include "common/transfers.h"
 #include "common/vocabulary.h"
+#include "console/access.h"
 #include "console/assets.h"
 #include "console/events.h"
 #include "console/map_image.h"
 #include "common/session.h"
+#include "console/parameters.h"
 #include "robocomm/security.h"
 
 namespace robocomm::console {
@@ -27,8 +32,50 @@ namespace {
 constexpr Millis kKeepAlive{15000};
 // The map answer is large; browsers asking within this time share one.
 constexpr Millis kMapReuse{2000};
-// The largest firmware image taken (the robot's own limit is its memory).
-constexpr size_t kMaxImage = 64u << 20;
+// Workers for requests; each open event stream holds one, so streams take
+// at most a quarter of them and the API and the page always find one free.
+// Streams beyond that are answered 503 at once (the browser retries).
+constexpr size_t kWorkers = 32;
+constexpr size_t kMaxStreams = kWorkers / 4;
+// A stream ends after this long; the browser reconnects at once, and a
+// stream whose reader vanished without a word does not hold a worker on.
+constexpr Millis kStreamLifetime{10 * 60 * 1000};
+// A client that stops sending its request frees its worker after this long.
+constexpr time_t kIdleSeconds = 5;
+// One request per connection. A request refused before its body was read
+// leaves that body on the connection, and cpp-httplib would parse it as
+// the next request, one that passed no check (a "Connection: close" answer
+// does not stop it). Loopback connections are cheap to open again.
+constexpr size_t kRequestsPerConnection = 1;
+// A wrong token is answered this late, so that guessing stays slow.
+constexpr Millis kWrongTokenDelay{500};
+// The largest body httplib holds; the access checks refuse larger ones per
+// route before reading them.
+constexpr size_t kMaxBody = 64u << 20;
+// Sent with every answer: no other site may frame the page (clickjacking
+// the emergency stop), load its parts, or learn its address.
+const std::pair<const char*, const char*> kSafetyHeaders[] = {
+    {"X-Content-Type-Options", "nosniff"},
+    {"X-Frame-Options", "DENY"},
+    {"Content-Security-Policy",
+     "default-src 'self'; img-src 'self' blob:; object-src 'none'; base-uri 'none'; form-action 'self'; "
+     "frame-ancestors 'none'"},
+    {"Referrer-Policy", "no-referrer"},
+    {"Cross-Origin-Resource-Policy", "same-origin"},
+};
+
+// What a browser without the token gets for the page: a field for it.
+const char kLoginPage[] = R"(<!doctype html>
+<html lang="en">
+<head><meta charset="utf-8"><title>robocomm console</title></head>
+<body>
+<h1>robocomm console</h1>
+<p>This console wants its token. robocomm-console prints the address to open, with the token, when it starts.</p>
+<form method="get" action="/"><label>Token <input name="token" type="password" autocomplete="off" required></label>
+<button type="submit">Open</button></form>
+</body>
+</html>
+)";
 
 void reply(httplib::Response& res, int status, const Json::Value& body) {
     res.status = status;
@@ -68,14 +115,6 @@ void guarded(httplib::Response& res, const std::function<void()>& handler) {
     }
 }
 
-bool sameText(const std::string& a, const std::string& b) {
-    // Compares every byte whatever the first difference, so that the time
-    // taken does not tell how much of a guess was right.
-    unsigned char difference = a.size() != b.size();
-    for (size_t i = 0; i < a.size() && i < b.size(); ++i) difference |= static_cast<unsigned char>(a[i] ^ b[i]);
-    return difference == 0;
-}
-
 Json::Value vocabulary() {
     static const char* const kTypes[] = {"integer", "number", "boolean", "text"};
     Json::Value list(Json::arrayValue);
@@ -101,23 +140,6 @@ Json::Value vocabulary() {
     return list;
 }
 
-// The parameters of a JSON array body as the command line would give them.
-std::vector<std::string> parameterWords(const std::string& body) {
-    Json::Value root;
-    std::string errors;
-    if (body.empty()) return {};
-    if (!parseJson(body, root, errors) || !root.isArray())
-        throw Failure(Exit::Usage, "the body must be a JSON array of parameters ([] for none)");
-    std::vector<std::string> words;
-    for (const Json::Value& value : root) {
-        if (value.isString()) words.push_back(value.asString());
-        else if (value.isBool()) words.push_back(value.asBool() ? "true" : "false");
-        else if (value.isNumeric()) words.push_back(numberText(value.asDouble()));
-        else throw Failure(Exit::Usage, "a parameter must be a number, a boolean or a text");
-    }
-    return words;
-}
-
 // The commands that travel otherwise than as one answer document.
 void checkPlainCommand(const CommandSpec& command) {
     if (command.code == kLogDataCode) throw Failure(Exit::Usage, "the log bundle comes with GET /api/log");
@@ -135,10 +157,7 @@ void commandRoute(Session& session, EventHub& events, const httplib::Request& re
         return replyError(res, 404, unknown.what());
     }
     checkPlainCommand(*command);
-    const std::vector<std::string> words = parameterWords(req.body);
-    if (words.size() != command->params.size())
-        throw Failure(Exit::Usage, std::to_string(command->params.size()) + " parameters wanted: " + synopsis(*command));
-    const Json::Value answer = session.request(*command, requestDocument(*command, words));
+    const Json::Value answer = session.request(*command, commandDocument(*command, req.body));
     // The acknowledged errors are no longer news for a page that loads now.
     if (command->code == kErrorCode) events.publish("error-list", Json::Value(), true);
     if (!refused(answer)) return reply(res, 200, answer);
@@ -148,12 +167,32 @@ void commandRoute(Session& session, EventHub& events, const httplib::Request& re
     reply(res, 422, body);
 }
 
-void eventsRoute(EventHub& events, httplib::Response& res) {
+// The event streams open now, each holding a worker.
+class StreamCount {
+public:
+    // False when kMaxStreams are open already.
+    bool take() {
+        size_t now = open_.load();
+        do {
+            if (now >= kMaxStreams) return false;
+        } while (!open_.compare_exchange_weak(now, now + 1));
+        return true;
+    }
+    void give() { --open_; }
+
+private:
+    std::atomic<size_t> open_{0};
+};
+
+void eventsRoute(EventHub& events, const std::shared_ptr<StreamCount>& streams, httplib::Response& res) {
+    if (!streams->take())
+        return replyError(res, 503, "too many event streams open; the page tries again");
     res.set_header("Cache-Control", "no-store");
     auto cursor = std::make_shared<uint64_t>(0);
     auto fresh = std::make_shared<bool>(true);
-    res.set_chunked_content_provider("text/event-stream", [&events, cursor, fresh](size_t, httplib::DataSink& sink) {
-        if (events.closed()) {
+    const Deadline end = Deadline::after(kStreamLifetime);
+    const auto provide = [&events, cursor, fresh, end](size_t, httplib::DataSink& sink) {
+        if (events.closed() || end.passed()) {
             sink.done();
             return true;
         }
@@ -167,7 +206,8 @@ void eventsRoute(EventHub& events, httplib::Response& res) {
             if (text.empty()) text = ": still here\n\n";
         }
         return sink.write(text.data(), text.size());
-    });
+    };
+    res.set_chunked_content_provider("text/event-stream", provide, [streams](bool) { streams->give(); });
 }
 
 void otaRoute(Session& session, EventHub& events, const httplib::Request& req, httplib::Response& res) {
@@ -242,28 +282,52 @@ void assetRoute(const httplib::Request& req, httplib::Response& res) {
     res.set_content(reinterpret_cast<const char*>(asset->data), asset->size, asset->type);
 }
 
+// Checks every request before it reaches a route (and before its body is
+// read: see kRequestsPerConnection).
+httplib::Server::HandlerResponse admit(const AccessRules& rules, const httplib::Request& req, httplib::Response& res) {
+    for (const auto& [name, value] : kSafetyHeaders) res.set_header(name, value);
+    const std::optional<Refusal> refused = refusal(rules, req);
+    if (!refused) {
+        if (tokenInAddress(rules, req))
+            res.set_header("Set-Cookie", tokenCookie(rules) + "=" + rules.token + "; HttpOnly; SameSite=Strict; Path=/");
+        return httplib::Server::HandlerResponse::Unhandled;
+    }
+    if (refused->kind == Refusal::Kind::Login) {
+        res.status = refused->status;
+        res.set_content(kLoginPage, "text/html; charset=utf-8");
+        return httplib::Server::HandlerResponse::Handled;
+    }
+    if (refused->kind == Refusal::Kind::WrongToken) {
+        std::cerr << "robocomm-console: wrong token from " << req.remote_addr << " for " << req.method << " "
+                  << req.path << std::endl;
+        std::this_thread::sleep_for(kWrongTokenDelay);
+    }
+    replyError(res, refused->status, refused->message);
+    return httplib::Server::HandlerResponse::Handled;
+}
+
 }  // namespace
 
-void serveConsole(httplib::Server& server, Session& session, EventHub& events, const std::string& token) {
-    server.set_payload_max_length(kMaxImage);
-    if (!token.empty()) {
-        server.set_pre_routing_handler([token](const httplib::Request& req, httplib::Response& res) {
-            const std::string bearer = "Bearer " + token;
-            if (sameText(req.get_header_value("Authorization"), bearer) || sameText(req.get_param_value("token"), token))
-                return httplib::Server::HandlerResponse::Unhandled;
-            replyError(res, 401, "this console wants its token (Authorization: Bearer TOKEN, or ?token=TOKEN)");
-            return httplib::Server::HandlerResponse::Handled;
-        });
-    }
+void serveConsole(httplib::Server& server, Session& session, EventHub& events, const AccessRules& rules) {
+    server.new_task_queue = [] { return new httplib::ThreadPool(kWorkers); };
+    server.set_payload_max_length(kMaxBody);
+    server.set_keep_alive_max_count(kRequestsPerConnection);
+    server.set_read_timeout(kIdleSeconds);
+    server.set_write_timeout(kIdleSeconds);
+    server.set_pre_routing_handler(
+        [rules](const httplib::Request& req, httplib::Response& res) { return admit(rules, req, res); });
     server.set_error_handler([](const httplib::Request&, httplib::Response& res) {
         if (res.body.empty()) replyError(res, res.status, "no such resource");
     });
     auto map = std::make_shared<MapCache>();
+    auto streams = std::make_shared<StreamCount>();
     server.Get("/api/commands", [](const httplib::Request&, httplib::Response& res) { reply(res, 200, vocabulary()); });
     server.Post(R"(/api/(get|set)/([A-Za-z0-9_-]+))", [&session, &events](const httplib::Request& req, httplib::Response& res) {
         guarded(res, [&] { commandRoute(session, events, req, res); });
     });
-    server.Get("/api/events", [&events](const httplib::Request&, httplib::Response& res) { eventsRoute(events, res); });
+    server.Get("/api/events", [&events, streams](const httplib::Request&, httplib::Response& res) {
+        eventsRoute(events, streams, res);
+    });
     server.Post("/api/ota", [&session, &events](const httplib::Request& req, httplib::Response& res) {
         guarded(res, [&] { otaRoute(session, events, req, res); });
     });

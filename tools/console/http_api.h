@@ -2,8 +2,6 @@
 // script use to reach the robot through the console's session.
 #pragma once
 
-#include <string>
-
 namespace httplib {
 class Server;
 }
@@ -11,6 +9,7 @@ class Server;
 namespace robocomm::console {
 
 class EventHub;
+struct AccessRules;
 }  // namespace robocomm::console
 
 namespace robocomm::tools {
@@ -21,9 +20,8 @@ namespace robocomm::console {
 
 using tools::Session;
 
-// Registers the page and every /api route. A non-empty `token` is then
-// required on every request, as "Authorization: Bearer TOKEN" or as the
-// query parameter token=TOKEN (which the page's event stream needs).
-void serveConsole(httplib::Server& server, Session& session, EventHub& events, const std::string& token);
+// Sets the server's limits and registers the page and every /api route,
+// each request checked against `rules` first (see access.h).
+void serveConsole(httplib::Server& server, Session& session, EventHub& events, const AccessRules& rules);
 
 }  // namespace robocomm::console

@@ -2,13 +2,17 @@
 // one web page (and its HTTP API) for the operator.
 #include <httplib.h>
 #include <signal.h>
+#include <sys/random.h>
 
+#include <fstream>
 #include <iostream>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "common/link_options.h"
 #include "common/tool_main.h"
+#include "console/access.h"
 #include "console/events.h"
 #include "console/http_api.h"
 #include "console/robot_events.h"
@@ -27,7 +31,10 @@ Connects to a robot and serves its web console (and an HTTP API) to a browser.
 
 options (--opt VALUE or --opt=VALUE):
 )") + kLinkOptionsHelp + R"(  --listen ADDR:PORT       where the console serves HTTP (default 127.0.0.1:8080; [ADDR]:PORT for IPv6)
-  --token TEXT             require TEXT on every request (Authorization: Bearer TEXT, or ?token=TEXT)
+  --token TEXT             the token every request must carry (default: a random one, made at start)
+  --token-file FILE        the token is the first line of FILE
+  --no-token               ask for no token (only while the console listens on loopback)
+  --allow-host NAME        answer to the host name NAME too (repeatable; for a console reached by name)
   -h, --help               this text
   --version                the console's library version
 
@@ -39,6 +46,8 @@ struct Settings {
     std::string listenHost = "127.0.0.1";
     uint16_t listenPort = 8080;
     std::string token;
+    bool noToken = false;
+    std::vector<std::string> allowedHosts;
     bool help = false;
     bool version = false;
 };
@@ -50,6 +59,19 @@ void parseListen(const std::string& text, Settings& s) {
     if (host.size() > 2 && host.front() == '[' && host.back() == ']') host = host.substr(1, host.size() - 2);
     s.listenHost = host;
     s.listenPort = portNumber(kTool, "--listen", text.substr(colon + 1));
+}
+
+std::string givenToken(const std::string& token) {
+    if (token.empty()) throw usageFailure(kTool, "the token is empty; --no-token asks for none");
+    return token;
+}
+
+std::string tokenFromFile(const std::string& path) {
+    std::ifstream file(path);
+    std::string token;
+    if (!file || !std::getline(file, token)) throw usageFailure(kTool, "cannot read a token from " + path);
+    if (!token.empty() && token.back() == '\r') token.pop_back();
+    return token;
 }
 
 Settings parse(int argc, char** argv) {
@@ -72,9 +94,13 @@ Settings parse(int argc, char** argv) {
         if (arg == "--help" || arg == "-h") s.help = flag();
         else if (arg == "--version") s.version = flag();
         else if (arg == "--listen") parseListen(value(), s);
-        else if (arg == "--token") s.token = value();
+        else if (arg == "--token") s.token = givenToken(value());
+        else if (arg == "--token-file") s.token = givenToken(tokenFromFile(value()));
+        else if (arg == "--no-token") s.noToken = flag();
+        else if (arg == "--allow-host") s.allowedHosts.push_back(value());
         else if (!applyLinkOption(kTool, arg, value, flag, s.link)) throw usageFailure(kTool, "unknown argument " + word);
     }
+    if (s.noToken && !s.token.empty()) throw usageFailure(kTool, "--no-token goes with no --token or --token-file");
     return s;
 }
 
@@ -82,16 +108,47 @@ bool loopback(const std::string& host) {
     return host == "localhost" || host == "::1" || host.rfind("127.", 0) == 0;
 }
 
+// The address to open on this machine: a wildcard is no name the console
+// answers to, 127.0.0.1 is.
 std::string address(const Settings& s) {
-    const bool v6 = s.listenHost.find(':') != std::string::npos;
-    return "http://" + (v6 ? "[" + s.listenHost + "]" : s.listenHost) + ":" + std::to_string(s.listenPort) + "/";
+    const bool wildcard = s.listenHost == "0.0.0.0" || s.listenHost == "::";
+    const std::string host = wildcard ? "127.0.0.1" : s.listenHost;
+    const bool v6 = host.find(':') != std::string::npos;
+    return "http://" + (v6 ? "[" + host + "]" : host) + ":" + std::to_string(s.listenPort) + "/";
+}
+
+// At least 128 bits from the system's random source, as hex (safe in a URL).
+std::string randomToken() {
+    unsigned char bytes[24];
+    if (getrandom(bytes, sizeof bytes, 0) != static_cast<ssize_t>(sizeof bytes))
+        throw Failure(Exit::Failed, "cannot make a token: the system's random source failed");
+    static const char kHex[] = "0123456789abcdef";
+    std::string token;
+    for (const unsigned char byte : bytes) {
+        token += kHex[byte >> 4];
+        token += kHex[byte & 15];
+    }
+    return token;
+}
+
+AccessRules accessRules(const Settings& s) {
+    if (s.noToken && !loopback(s.listenHost))
+        throw usageFailure(kTool, "--no-token is refused while listening on " + s.listenHost +
+                                      ": anyone who reaches the port could drive the robot");
+    AccessRules rules;
+    rules.token = s.noToken ? "" : s.token.empty() ? randomToken() : s.token;
+    rules.hosts = acceptedHosts(s.listenHost, s.listenPort, s.allowedHosts);
+    rules.port = s.listenPort;
+    return rules;
 }
 
 int serve(const Settings& s) {
+    const AccessRules rules = accessRules(s);
     if (!loopback(s.listenHost)) {
         std::cerr << "robocomm-console: warning: listening on " << s.listenHost
-                  << ": anyone who reaches this port can drive the robot"
-                  << (s.token.empty() ? "; --token TEXT makes the console ask for a token" : "") << std::endl;
+                  << ": the token is all that keeps others from the robot, and it travels unencrypted;"
+                     " put a reverse proxy with TLS in front"
+                  << std::endl;
     }
     // Ctrl-C and SIGTERM are taken by a thread of their own, which stops the
     // server in an orderly way; a signal handler could not.
@@ -106,9 +163,7 @@ int serve(const Settings& s) {
     RobotEvents robotEvents(events, s.link);
     Session session(s.link, consolePlan(), robotEvents);
     httplib::Server server;
-    // Each open page holds one worker with its event stream.
-    server.new_task_queue = [] { return new httplib::ThreadPool(16); };
-    serveConsole(server, session, events, s.token);
+    serveConsole(server, session, events, rules);
     if (!server.bind_to_port(s.listenHost, s.listenPort)) {
         std::cerr << "robocomm-console: cannot listen on " << s.listenHost << " port " << s.listenPort << std::endl;
         return static_cast<int>(Exit::Usage);
@@ -119,8 +174,10 @@ int serve(const Settings& s) {
         events.close();
         server.stop();
     });
-    std::cout << "robocomm-console: robot " << s.link.host << " port " << s.link.port << "; open " << address(s)
-              << (s.token.empty() ? "" : "?token=...") << std::endl;
+    // The address on a line of its own, for a terminal to make a link of it.
+    std::cout << "robocomm-console: robot " << s.link.host << " port " << s.link.port
+              << "; open this address in a browser:\n"
+              << address(s) << (rules.token.empty() ? "" : "?token=" + rules.token) << std::endl;
     server.listen_after_bind();
     // Also reached when listening failed: wake the stopper so it can be joined.
     pthread_kill(stopper.native_handle(), SIGTERM);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "common/failure.h"
+#include "common/json_text.h"
 #include "robocomm/security.h"
 
 namespace robocomm::console {
@@ -90,16 +91,17 @@ std::string encodeGreyPng(const std::string& pixels, unsigned width, unsigned he
 }
 
 MapImage mapImageFrom(const Json::Value& mapData) {
-    if (!mapData["data"].isString()) throw Failure(Exit::BadData, "the robot's map answer carries no image");
-    const std::vector<unsigned char> bytes = base64Decode(mapData["data"].asString());
+    const Json::Value& image = tools::memberAt(mapData, {"data"});
+    if (!image.isString()) throw Failure(Exit::BadData, "the robot's map answer carries no image");
+    const std::vector<unsigned char> bytes = base64Decode(image.asString());
     const Pgm pgm = parsePgm(std::string(bytes.begin(), bytes.end()));
     MapImage map;
     map.png = encodeGreyPng(pgm.pixels, pgm.width, pgm.height);
-    map.width = mapData["width"].asDouble();
-    map.height = mapData["height"].asDouble();
-    map.resolution = mapData["resolution"].asDouble();
-    map.posX = mapData["posX"].asDouble();
-    map.posY = mapData["posY"].asDouble();
+    map.width = tools::numberAt(mapData, {"width"});
+    map.height = tools::numberAt(mapData, {"height"});
+    map.resolution = tools::numberAt(mapData, {"resolution"});
+    map.posX = tools::numberAt(mapData, {"posX"});
+    map.posY = tools::numberAt(mapData, {"posY"});
     return map;
 }
 

@@ -1,5 +1,6 @@
 #include "console/robot_events.h"
 
+#include "common/json_text.h"
 #include "common/vocabulary.h"
 
 namespace robocomm::console {
@@ -38,7 +39,7 @@ void RobotEvents::pushed(const Message& message, const Json::Value& document) {
     push["name"] = command ? kebabName(*command) : "";
     push["document"] = document;
     events_.publish("push", push, false);
-    if (message.code == kErrorCode) events_.publish("error-list", document["Emergency"]["Send"]["ErrorList"], true);
+    if (message.code == kErrorCode) events_.publish("error-list", memberAt(document, {"Emergency", "Send", "ErrorList"}), true);
 }
 
 }  // namespace robocomm::console

@@ -52,6 +52,8 @@ int hostOut = STDOUT_FILENO;
 
 struct Options {
     bool plain = false;
+    bool help = false;
+    bool version = false;
     std::string runFolder;
     uint16_t port = kLibraryPort;
     std::string serial = "DEMO-0001";
@@ -59,11 +61,14 @@ struct Options {
 
 const char kUsage[] = R"(usage: robocomm-demo-host [--plain] [--run-dir DIR] [--port PORT] [--serial TEXT]
   --plain        serve with payload encryption off (APISetEnc(0))
-  --run-dir DIR  folder for the library log, the map-edit file and the robot's
-                 logs (default: a new folder under /tmp, kept after exit)
+  --run-dir DIR  folder for the library log, the map-edit file, the robot's
+                 logs and commands.log, a line for each command that acts
+                 (default: a new folder under /tmp, kept after exit)
   --port PORT    serve this TCP port instead of 10001, so that many demo
                  robots can run on one machine (default 10001)
   --serial TEXT  the serial number the robot-info answer reports (default DEMO-0001)
+  -h, --help     this text
+  --version      the library's version
 )";
 
 bool portOption(const std::string& text, uint16_t& port) {
@@ -78,6 +83,8 @@ bool parseOptions(int argc, char** argv, Options& options) {
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
         if (arg == "--plain") options.plain = true;
+        else if (arg == "-h" || arg == "--help") options.help = true;
+        else if (arg == "--version") options.version = true;
         else if (arg == "--run-dir" && i + 1 < argc) options.runFolder = argv[++i];
         else if (arg == "--port" && i + 1 < argc) {
             if (!portOption(argv[++i], options.port)) return false;
@@ -194,6 +201,16 @@ int main(int argc, char** argv) {
         std::cerr << kUsage;
         return 2;
     }
+    if (options.help) {
+        std::cout << kUsage;
+        return 0;
+    }
+    if (options.version) {
+        std::string version;
+        APIGetVersion(version);
+        std::cout << "robocomm-demo-host, robocomm library " << version << "\n";
+        return 0;
+    }
     servedPort = options.port;
     if (!makeRunFolder(options)) {
         std::cerr << "robocomm-demo-host: cannot create the run folder " << options.runFolder << "\n";
@@ -220,6 +237,9 @@ int main(int argc, char** argv) {
     robot.serial = options.serial;
     robot.note("demo robot powered on");
 
+    // What reached the robot, for the operator and for tests that judge
+    // from the robot's side.
+    std::ofstream record(options.runFolder + "/commands.log", std::ios::app);
     start_server();
     for (int i = 0; i < 100 && !serverListening(); ++i) std::this_thread::sleep_for(kTick);
     demo::say("demo host: serving port " + std::to_string(servedPort) + " with encryption " +
@@ -234,7 +254,7 @@ int main(int argc, char** argv) {
         const auto now = Clock::now();
         robot.step(std::chrono::duration<double>(now - last).count());
         last = now;
-        if (demo::serveMailboxes(robot) > 0) lastContact = now;
+        if (demo::serveMailboxes(robot, record) > 0) lastContact = now;
         demo::serveErrorPushes(robot, now - lastContact < kClientPresence);
     }
 

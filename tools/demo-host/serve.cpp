@@ -192,6 +192,7 @@ const Answer kAnswers[] = {
 // ---- Set commands without parameters: poll, act, answer with the outcome ----
 
 struct Order {
+    const char* name;  // as the client names it
     uint8_t (*poll)();
     bool (*act)(Robot&);
     void (*answer)(bool ok);
@@ -205,16 +206,18 @@ void restart(Robot& r) {
 }
 
 const Order kOrders[] = {
-    {reqSetReturnToChargingStation, [](Robot& r) { r.returnToStation(); return true; }, resSetReturnToChargingStation},
-    {reqSetEmergencyStop, [](Robot& r) { r.pressEmergencyStop(); return true; }, resSetEmergencyStop},
-    {reqSetStartLidar, [](Robot& r) { r.lidarOn = true; return true; }, resSetStartLidar},
-    {reqSetStopLidar, [](Robot& r) { r.lidarOn = false; return true; }, resSetStopLidar},
-    {reqSetStartCharging, [](Robot& r) { r.charging = true; return true; }, resSetStartCharging},
-    {reqSetStopCharging, [](Robot& r) { r.charging = false; return true; }, resSetStopCharging},
-    {reqSetSoftwareReset, [](Robot& r) { restart(r); return true; }, resSetSoftwareReset},
-    {reqSetheartbeat, [](Robot&) { return true; }, resSetheartbeat},
-    {reqSetRecovery, [](Robot& r) { r.recover(); return true; }, resSetRecovery},
-    {reqSetFactoryReset,
+    {"set return-to-charging-station", reqSetReturnToChargingStation, [](Robot& r) { r.returnToStation(); return true; },
+     resSetReturnToChargingStation},
+    {"set emergency-stop", reqSetEmergencyStop, [](Robot& r) { r.pressEmergencyStop(); return true; },
+     resSetEmergencyStop},
+    {"set start-lidar", reqSetStartLidar, [](Robot& r) { r.lidarOn = true; return true; }, resSetStartLidar},
+    {"set stop-lidar", reqSetStopLidar, [](Robot& r) { r.lidarOn = false; return true; }, resSetStopLidar},
+    {"set start-charging", reqSetStartCharging, [](Robot& r) { r.charging = true; return true; }, resSetStartCharging},
+    {"set stop-charging", reqSetStopCharging, [](Robot& r) { r.charging = false; return true; }, resSetStopCharging},
+    {"set software-reset", reqSetSoftwareReset, [](Robot& r) { restart(r); return true; }, resSetSoftwareReset},
+    {"set heartbeat", reqSetheartbeat, [](Robot&) { return true; }, resSetheartbeat},
+    {"set recovery", reqSetRecovery, [](Robot& r) { r.recover(); return true; }, resSetRecovery},
+    {"set factory-reset", reqSetFactoryReset,
      [](Robot& r) {
          restart(r);
          if (API_FileExist(mapEditFilePath)) API_FileDelete(mapEditFilePath);
@@ -384,35 +387,43 @@ bool travelEstimate(Robot& r) {
     return true;
 }
 
-bool (*const kParameterised[])(Robot&) = {
-    maxDrivingSpeed,
-    motorManualRpm,
-    motorManualVw,
-    targetPosition,
-    driving,
-    mapping,
-    modifiedMap,
-    [](Robot& r) { return keep(r.excelSteps, reqSetExcelSteps, resSetExcelSteps); },
-    rotation,
-    integrationMap,
-    mapEdit,
-    pgmMap,
-    [](Robot& r) { return keep(r.factoryMode, reqSetFactoryMode, resSetFactoryMode); },
-    [](Robot& r) { return keep(r.batterySleep, reqSetBatterySleepMode, resSetBatterySleepMode); },
-    [](Robot& r) { return keep(r.inspectionMode, reqSetSensorInspectionMode, resSetSensorInspectionMode); },
-    stationRepositioning,
-    firmwareAnnouncement,
-    firmwareImage,
-    dockingState,
-    [](Robot& r) { return keep(r.settingValue, reqSetSettingCommand, resSetSettingCommand); },
-    [](Robot& r) { return keep(r.configValue, reqSetConfigCommand, resSetConfigCommand); },
-    aiCalibration,
-    travelEstimate,
+// A command with parameters, served when its mailbox held one.
+struct Parameterised {
+    const char* name;  // as the client names it
+    bool (*serve)(Robot&);
+};
+
+const Parameterised kParameterised[] = {
+    {"set max-driving-speed", maxDrivingSpeed},
+    {"set motor-manual-rpm", motorManualRpm},
+    {"set motor-manual-vw", motorManualVw},
+    {"set target-position", targetPosition},
+    {"set driving", driving},
+    {"set mapping", mapping},
+    {"set modified-map-data", modifiedMap},
+    {"set excel-steps", [](Robot& r) { return keep(r.excelSteps, reqSetExcelSteps, resSetExcelSteps); }},
+    {"set rotation", rotation},
+    {"set integration-modified-map-data", integrationMap},
+    {"set by-pass-one-data", mapEdit},
+    {"set pgm-map-data", pgmMap},
+    {"set factory-mode", [](Robot& r) { return keep(r.factoryMode, reqSetFactoryMode, resSetFactoryMode); }},
+    {"set battery-sleep-mode",
+     [](Robot& r) { return keep(r.batterySleep, reqSetBatterySleepMode, resSetBatterySleepMode); }},
+    {"set sensor-inspection-mode",
+     [](Robot& r) { return keep(r.inspectionMode, reqSetSensorInspectionMode, resSetSensorInspectionMode); }},
+    {"set station-repositioning", stationRepositioning},
+    {"set ota", firmwareAnnouncement},
+    {"set ota-data", firmwareImage},
+    {"set docking-state", dockingState},
+    {"set setting-command", [](Robot& r) { return keep(r.settingValue, reqSetSettingCommand, resSetSettingCommand); }},
+    {"set config-command", [](Robot& r) { return keep(r.configValue, reqSetConfigCommand, resSetConfigCommand); }},
+    {"get ai-calibration", aiCalibration},
+    {"get target-position-calculate", travelEstimate},
 };
 
 }  // namespace
 
-int serveMailboxes(Robot& robot) {
+int serveMailboxes(Robot& robot, std::ostream& record) {
     int served = 0;
     for (const Answer& answer : kAnswers) {
         if (!answer.poll()) continue;
@@ -421,10 +432,15 @@ int serveMailboxes(Robot& robot) {
     }
     for (const Order& order : kOrders) {
         if (!order.poll()) continue;
+        record << order.name << std::endl;
         order.answer(order.act(robot));
         ++served;
     }
-    for (const auto serve : kParameterised) served += serve(robot);
+    for (const Parameterised& command : kParameterised) {
+        if (!command.serve(robot)) continue;
+        record << command.name << std::endl;
+        ++served;
+    }
     return served;
 }
 

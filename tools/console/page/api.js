@@ -1,10 +1,7 @@
-// The console's HTTP API, as the page uses it. A console started with
-// --token is opened with ?token=... and every request carries it on.
-const token = new URLSearchParams(location.search).get('token');
-
-export function apiUrl(path) {
-  return token ? `${path}?token=${encodeURIComponent(token)}` : path;
-}
+// The console's HTTP API, as the page uses it. The page was opened with
+// ?token=...; the console answered with a cookie that carries the token from
+// then on, so the address bar need not show it.
+if (new URLSearchParams(location.search).has('token')) history.replaceState(null, '', location.pathname);
 
 // The JSON answer, or an Error with the console's message.
 async function answer(response) {
@@ -19,19 +16,21 @@ async function answer(response) {
 
 // verbAndName: "get/position", "set/target-position".
 export async function command(verbAndName, params = []) {
-  return answer(await fetch(apiUrl(`api/${verbAndName}`), { method: 'POST', body: JSON.stringify(params) }));
+  const headers = { 'Content-Type': 'application/json' };
+  return answer(await fetch(`api/${verbAndName}`, { method: 'POST', headers, body: JSON.stringify(params) }));
 }
 
 export async function commands() {
-  return answer(await fetch(apiUrl('api/commands')));
+  return answer(await fetch('api/commands'));
 }
 
 export async function uploadFirmware(file) {
-  return answer(await fetch(apiUrl('api/ota'), { method: 'POST', body: file }));
+  const headers = { 'Content-Type': 'application/octet-stream' };
+  return answer(await fetch('api/ota', { method: 'POST', headers, body: file }));
 }
 
 export async function mapImage() {
-  const response = await fetch(apiUrl('api/map.png'));
+  const response = await fetch('api/map.png');
   if (!response.ok) return answer(response);
   const [originX, originY] = (response.headers.get('X-Map-Origin') ?? '0 0').split(' ').map(Number);
   return {
@@ -42,10 +41,19 @@ export async function mapImage() {
   };
 }
 
-// Calls handlers[name](data) for each event of the console's stream.
-export function subscribe(handlers) {
-  const stream = new EventSource(apiUrl('api/events'));
+// How long the page waits before it asks again for a stream the console
+// turned away (503: too many open).
+const STREAM_RETRY_MS = 5000;
+
+// Calls handlers[name](data) for each event of the console's stream, and
+// failed() whenever the stream fails. The browser reopens a stream that
+// broke off by itself, but not one the console refused: that is reopened here.
+export function subscribe(handlers, failed) {
+  const stream = new EventSource('api/events');
   for (const [name, handler] of Object.entries(handlers))
     stream.addEventListener(name, (event) => handler(JSON.parse(event.data)));
-  return stream;
+  stream.addEventListener('error', () => {
+    failed();
+    if (stream.readyState === EventSource.CLOSED) setTimeout(() => subscribe(handlers, failed), STREAM_RETRY_MS);
+  });
 }

@@ -1,6 +1,6 @@
 // The console page: the robot's state from the event stream, and the
 // operator's orders through the API.
-import { apiUrl, command, commands, mapImage, subscribe, uploadFirmware } from './api.js';
+import { command, commands, mapImage, subscribe, uploadFirmware } from './api.js';
 import { MapView } from './map.js';
 
 const $ = (id) => document.getElementById(id);
@@ -112,33 +112,34 @@ function showErrors(list) {
   $('acknowledge').disabled = errors.length === 0;
 }
 
-const stream = subscribe({
-  link: showLink,
-  'software-version': ({ version }) => ($('version').textContent = version),
-  'robot-info': ({ serialNumber }) => ($('serial').textContent = serialNumber),
-  position: (p) => {
-    pose = p;
-    $('position').textContent = poseText(p);
-    view.setRobot(p);
+subscribe(
+  {
+    link: showLink,
+    'software-version': ({ version }) => ($('version').textContent = version),
+    'robot-info': ({ serialNumber }) => ($('serial').textContent = serialNumber),
+    position: (p) => {
+      pose = p;
+      $('position').textContent = poseText(p);
+      view.setRobot(p);
+    },
+    'target-position': (t) => {
+      $('target').textContent = poseText(t);
+      view.setTarget(t);
+    },
+    'robot-status': ({ status }) => ($('robot-status').textContent = status),
+    'docking-status': ({ state }) => ($('docking').textContent = state),
+    'battery-status-v2': showBattery,
+    'error-list': showErrors,
+    push: ({ name }) => log(`The robot pushed ${name}`),
+    ota: ({ sent, total, robotPercent }) => {
+      $('firmware-progress').value = Math.floor((sent * 100) / total);
+      $('firmware-state').textContent = `${Math.floor((sent * 100) / total)} % sent, the robot reports ${robotPercent} %`;
+    },
+    log: ({ got, total }) => ($('log-state').textContent = `${Math.floor((got * 100) / total)} % received`),
   },
-  'target-position': (t) => {
-    $('target').textContent = poseText(t);
-    view.setTarget(t);
-  },
-  'robot-status': ({ status }) => ($('robot-status').textContent = status),
-  'docking-status': ({ state }) => ($('docking').textContent = state),
-  'battery-status-v2': showBattery,
-  'error-list': showErrors,
-  push: ({ name }) => log(`The robot pushed ${name}`),
-  ota: ({ sent, total, robotPercent }) => {
-    $('firmware-progress').value = Math.floor((sent * 100) / total);
-    $('firmware-state').textContent = `${Math.floor((sent * 100) / total)} % sent, the robot reports ${robotPercent} %`;
-  },
-  log: ({ got, total }) => ($('log-state').textContent = `${Math.floor((got * 100) / total)} % received`),
-});
-
-// The browser reconnects by itself; the console then sends the link state anew.
-stream.addEventListener('error', () => showLink({ state: 'console' }));
+  // Until the stream is back the page says so; the console then sends the link state anew.
+  () => showLink({ state: 'console' }),
+);
 
 $('emergency-stop').addEventListener('click', () => order('Emergency stop', 'set/emergency-stop'));
 $('recovery').addEventListener('click', () => order('Recovery', 'set/recovery'));
@@ -164,8 +165,6 @@ $('firmware').addEventListener('submit', async (event) => {
     log(`Firmware ${file.name}: ${error.message}`, true);
   }
 });
-
-$('log').href = apiUrl('api/log');
 
 // The raw command panel: a form generated from the vocabulary.
 async function buildCommandPanel() {

@@ -1,0 +1,16 @@
+// A command's parameters as the console's API takes them: a JSON array in
+// the body, `[2.5, 0.8, 0]` for set target-position.
+#pragma once
+
+#include <string>
+
+#include "intake/command_table.h"
+
+namespace robocomm::console {
+
+// The request document for `command` with the parameters in `body` (an
+// empty body is no parameters). Throws Failure(Usage) with the reason for
+// anything else: not an array, a parameter of the wrong kind or count.
+std::string commandDocument(const CommandSpec& command, const std::string& body);
+
+}  // namespace robocomm::console
