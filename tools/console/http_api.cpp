@@ -19,6 +19,7 @@
 #include "console/map_image.h"
 #include "common/session.h"
 #include "console/parameters.h"
+#include "console/replies.h"
 #include "robocomm/security.h"
 
 namespace robocomm::console {
@@ -76,44 +77,6 @@ const char kLoginPage[] = R"(<!doctype html>
 </body>
 </html>
 )";
-
-void reply(httplib::Response& res, int status, const Json::Value& body) {
-    res.status = status;
-    res.set_content(compactJson(body) + "\n", "application/json");
-}
-
-void replyError(httplib::Response& res, int status, const std::string& message) {
-    Json::Value body;
-    body["error"] = message;
-    reply(res, status, body);
-}
-
-int httpStatus(Exit status) {
-    switch (status) {
-        case Exit::Usage: return 400;
-        case Exit::Failed: return 422;
-        case Exit::Timeout: return 504;
-        case Exit::Interrupted: return 503;
-        case Exit::Ok: return 200;
-        case Exit::Unreachable:
-        case Exit::BadData: break;
-    }
-    return 502;
-}
-
-// Runs a handler that reaches the robot, turning its failure into an
-// error reply with the status that fits.
-void guarded(httplib::Response& res, const std::function<void()>& handler) {
-    try {
-        handler();
-    } catch (const RobotHeld& held) {
-        replyError(res, 409, held.what());
-    } catch (const Failure& failure) {
-        replyError(res, httpStatus(failure.status()), failure.what());
-    } catch (const std::exception& error) {
-        replyError(res, 500, error.what());
-    }
-}
 
 Json::Value vocabulary() {
     static const char* const kTypes[] = {"integer", "number", "boolean", "text"};
@@ -274,8 +237,8 @@ void mapRoute(MapCache& cache, Session& session, httplib::Response& res) {
     res.set_content(map.png, "image/png");
 }
 
-void assetRoute(const httplib::Request& req, httplib::Response& res) {
-    const std::string path = req.matches[1].str().empty() ? "index.html" : req.matches[1].str();
+void assetRoute(const std::string& startPage, const httplib::Request& req, httplib::Response& res) {
+    const std::string path = req.matches[1].str().empty() ? startPage : req.matches[1].str();
     const Asset* asset = findAsset(path);
     if (!asset) return replyError(res, 404, "no such page: /" + path);
     res.set_header("Cache-Control", "no-cache");
@@ -308,7 +271,7 @@ httplib::Server::HandlerResponse admit(const AccessRules& rules, const httplib::
 
 }  // namespace
 
-void serveConsole(httplib::Server& server, Session& session, EventHub& events, const AccessRules& rules) {
+void servePage(httplib::Server& server, EventHub& events, const AccessRules& rules, const std::string& startPage) {
     server.new_task_queue = [] { return new httplib::ThreadPool(kWorkers); };
     server.set_payload_max_length(kMaxBody);
     server.set_keep_alive_max_count(kRequestsPerConnection);
@@ -319,14 +282,21 @@ void serveConsole(httplib::Server& server, Session& session, EventHub& events, c
     server.set_error_handler([](const httplib::Request&, httplib::Response& res) {
         if (res.body.empty()) replyError(res, res.status, "no such resource");
     });
-    auto map = std::make_shared<MapCache>();
     auto streams = std::make_shared<StreamCount>();
+    server.Get("/api/events", [&events, streams](const httplib::Request&, httplib::Response& res) {
+        eventsRoute(events, streams, res);
+    });
+    server.Get(R"(/([A-Za-z0-9_.-]*))", [startPage](const httplib::Request& req, httplib::Response& res) {
+        assetRoute(startPage, req, res);
+    });
+}
+
+void serveConsole(httplib::Server& server, Session& session, EventHub& events, const AccessRules& rules) {
+    servePage(server, events, rules, "index.html");
+    auto map = std::make_shared<MapCache>();
     server.Get("/api/commands", [](const httplib::Request&, httplib::Response& res) { reply(res, 200, vocabulary()); });
     server.Post(R"(/api/(get|set)/([A-Za-z0-9_-]+))", [&session, &events](const httplib::Request& req, httplib::Response& res) {
         guarded(res, [&] { commandRoute(session, events, req, res); });
-    });
-    server.Get("/api/events", [&events, streams](const httplib::Request&, httplib::Response& res) {
-        eventsRoute(events, streams, res);
     });
     server.Post("/api/ota", [&session, &events](const httplib::Request& req, httplib::Response& res) {
         guarded(res, [&] { otaRoute(session, events, req, res); });
@@ -337,7 +307,6 @@ void serveConsole(httplib::Server& server, Session& session, EventHub& events, c
     server.Get("/api/map.png", [map, &session](const httplib::Request&, httplib::Response& res) {
         guarded(res, [&] { mapRoute(*map, session, res); });
     });
-    server.Get(R"(/([A-Za-z0-9_.-]*))", assetRoute);
 }
 
 }  // namespace robocomm::console
