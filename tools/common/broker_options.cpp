@@ -5,8 +5,7 @@
 
 namespace robocomm::tools {
 
-const char kBrokerOptionsHelp[] = R"(  --broker HOST[:PORT]        the MQTT broker (default 127.0.0.1:1883, or :8883 with --ca-file)
-  --broker-user NAME          user name at the broker
+const char kBrokerOptionsHelp[] = R"(  --broker-user NAME          user name at the broker
   --broker-password-file FILE the broker password, first line of FILE
   --ca-file FILE              speak TLS to the broker, trusting this CA certificate
   --interface NAME            first topic level (default uagv)
@@ -36,13 +35,15 @@ std::pair<std::string, uint16_t> hostAndPort(const char* tool, const std::string
     return {host, port};
 }
 
-bool applyBrokerOption(const char* tool, const std::string& option, const std::function<std::string()>& value,
-                       BrokerOptions& broker, Identity& topics) {
-    if (option == "--broker") {
-        const auto [host, port] = hostAndPort(tool, option, value());
-        broker.host = host;
-        broker.port = port;
-    } else if (option == "--broker-user") broker.user = value();
+void setBrokerAddress(const char* tool, const std::string& option, const std::string& text, BrokerOptions& broker) {
+    const auto [host, port] = hostAndPort(tool, option, text);
+    broker.host = host;
+    broker.port = port;
+}
+
+bool applyBrokerOption(const std::string& option, const std::function<std::string()>& value, BrokerOptions& broker,
+                       Identity& topics) {
+    if (option == "--broker-user") broker.user = value();
     else if (option == "--broker-password-file") broker.password = firstLine(value());
     else if (option == "--ca-file") broker.caFile = value();
     else if (option == "--interface") topics.interfaceName = value();

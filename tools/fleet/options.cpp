@@ -23,6 +23,7 @@ options (--opt VALUE or --opt=VALUE):
   --robot SERIAL=HOST[:PORT]  a robot, its serial number and its address (port 10001 by default); repeatable
   --config FILE               a site's settings as JSON: these options' long names as keys, and
                               "robots": {"SERIAL": "HOST[:PORT]", ...}, "robot-codes": {...}
+  --broker HOST[:PORT]        the MQTT broker (default 127.0.0.1:1883, or :8883 with --ca-file)
 )") + kBrokerOptionsHelp + R"(  --map-id ID                 mapId of the positions (default map)
   --visualization-interval SECONDS  position on visualization at most this often (default 0.2)
   --node-deviation METRES     how near a node counts as reached when the order gives no
@@ -69,13 +70,14 @@ Json::Value jsonFile(const std::string& path) {
 bool apply(FleetSettings& s, const std::string& option, const std::function<std::string()>& value,
            const std::function<bool()>& flag) {
     VehicleSettings& c = s.common;
-    if (applyBrokerOption(kTool, option, value, c.broker, c.identity)) return true;
+    if (applyBrokerOption(option, value, c.broker, c.identity)) return true;
     if (option == "--robot") {
         const std::string text = value();
         const size_t equals = text.find('=');
         if (equals == std::string::npos) throw usageFailure(kTool, "--robot wants SERIAL=HOST[:PORT]");
         addRobot(s, text.substr(0, equals), text.substr(equals + 1));
-    } else if (option == "--map-id") c.mapId = value();
+    } else if (option == "--broker") setBrokerAddress(kTool, option, value(), c.broker);
+    else if (option == "--map-id") c.mapId = value();
     else if (option == "--visualization-interval") c.visualizationInterval = secondsOption(kTool, option, value());
     else if (option == "--node-deviation") c.order.defaultDeviation = positiveNumber(kTool, option, value());
     else if (option == "--robot-codes") {
