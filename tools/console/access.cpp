@@ -15,7 +15,8 @@ namespace {
 constexpr size_t kMaxParameters = 64u << 10;
 constexpr size_t kMaxImage = 64u << 20;
 
-const std::regex kCommandPath(R"(/api/(get|set)/[A-Za-z0-9_-]+)");
+// A robot's command, or a fleet robot's action.
+const std::regex kCommandPath(R"(/api/((get|set)/[A-Za-z0-9_-]+|fleet/[A-Za-z0-9_.:-]+/[a-z-]+))");
 
 std::string lowerCase(std::string text) {
     std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
@@ -80,7 +81,7 @@ std::optional<Refusal> checkToken(const AccessRules& rules, const httplib::Reque
         return std::nullopt;
     if (std::any_of(std::begin(offered), std::end(offered), [](const std::string& text) { return !text.empty(); }))
         return Refusal{Refusal::Kind::WrongToken, 401, "wrong token"};
-    if (req.method == "GET" && (req.path == "/" || req.path == "/index.html"))
+    if (req.method == "GET" && (req.path == "/" || req.path == "/index.html" || req.path == "/fleet.html"))
         return Refusal{Refusal::Kind::Login, 401, "this console wants its token"};
     return refused(401, "this console wants its token (Authorization: Bearer TOKEN, or open the page as /?token=TOKEN)");
 }
