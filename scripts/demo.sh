@@ -6,16 +6,21 @@
 #   scripts/demo.sh --console   the robot in the web console instead, until Ctrl-C
 #                               (on $ROBOCOMM_CONSOLE_LISTEN, default 127.0.0.1:8080)
 #   scripts/demo.sh --fleet [N] N demo robots (3 by default) on a mosquitto broker
-#                               through the fleet bridge, as VDA 5050 vehicles, until Ctrl-C
+#                               through the fleet bridge, as VDA 5050 vehicles, and the
+#                               console's fleet page on that broker, until Ctrl-C
 source "$(dirname "${BASH_SOURCE[0]}")/setup.sh"
 
 if [ "${1:-}" = "--fleet" ]; then
   source "$ROOT/scripts/fleet-site.sh"
   robots=${2:-3}
-  BUILD_TARGETS="robocomm-fleet robocomm-demo-host" build_into "$ROOT/build"
+  BUILD_TARGETS="robocomm-fleet robocomm-demo-host robocomm-console" build_into "$ROOT/build"
   work=$(mktemp -d /tmp/robocomm-fleet-demo-XXXXXX)
   trap stop_fleet_site EXIT
   start_fleet_site "$ROOT/build/tools" "$work" "$robots"
+  "$ROOT/build/tools/robocomm-console" --fleet "127.0.0.1:$BROKER_PORT" \
+    --listen "${ROBOCOMM_CONSOLE_LISTEN:-127.0.0.1:8080}" >"$work/console.log" 2>&1 &
+  FLEET_PIDS+=($!)
+  await_line "$work/console.log" "open this address"
   cat <<TEXT
 
 $robots demo robots (DEMO-1 ... DEMO-$robots) run through robocomm-fleet on a mosquitto broker
@@ -24,6 +29,9 @@ at 127.0.0.1:$BROKER_PORT. Watch the traffic:
 Send DEMO-1 an order of two nodes:
   mosquitto_pub -h 127.0.0.1 -p $BROKER_PORT -t uagv/v2/robocomm/DEMO-1/order -m '{"headerId":1,"timestamp":"2026-01-01T00:00:00.000Z","version":"2.1.0","manufacturer":"robocomm","serialNumber":"DEMO-1","orderId":"demo","orderUpdateId":0,"nodes":[{"nodeId":"a","sequenceId":0,"released":true,"actions":[],"nodePosition":{"x":1.6,"y":1.6,"mapId":"map"}},{"nodeId":"b","sequenceId":2,"released":true,"actions":[],"nodePosition":{"x":2.5,"y":2.0,"mapId":"map"}}],"edges":[{"edgeId":"ab","sequenceId":1,"released":true,"startNodeId":"a","endNodeId":"b","actions":[]}]}'
 The bridge's log: $work/fleet.log; the robots' output: $work/robot-N.out. Ctrl-C stops them all.
+
+The console's fleet page (select a robot in the table, then pause it or click the map to send it there):
+$(grep -o 'http://[^ ]*' "$work/console.log")
 TEXT
   wait "$BRIDGE_PID" || true
   exit 0

@@ -4,61 +4,19 @@
 //   CONSOLE, DEMO_HOST   the two programs
 //   MODULES              the folder whose node_modules holds playwright-core
 //   SCREENSHOT           where to save the page as the test leaves it
-import { spawn } from 'node:child_process';
 import { randomBytes } from 'node:crypto';
 import { mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
-import { createRequire } from 'node:module';
 import { createServer as createHttpServer } from 'node:http';
-import { createServer } from 'node:net';
 import { tmpdir } from 'node:os';
-import { join, resolve } from 'node:path';
+import { join } from 'node:path';
 import { gunzipSync } from 'node:zlib';
 import assert from 'node:assert/strict';
 
-const { chromium } = createRequire(resolve(process.env.MODULES, 'package.json'))('playwright-core');
-const STEP_MS = 20000;
+import { STEP_MS, freePort, launchBrowser, start, stopChildren, watchdog as boundTest } from './processes.mjs';
+
 const work = mkdtempSync(join(tmpdir(), 'robocomm-browser-'));
-const children = [];
-
-function stopChildren() {
-  for (const child of children) if (child.exitCode === null) child.kill('SIGTERM');
-}
 // The whole test is bounded, whatever hangs.
-const watchdog = setTimeout(() => {
-  console.error('browser test: gave up after 150 s');
-  stopChildren();
-  process.exit(1);
-}, 150000);
-
-async function freePort() {
-  const server = createServer();
-  await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
-  const { port } = server.address();
-  await new Promise((resolve) => server.close(resolve));
-  return port;
-}
-
-// Starts a program and waits for `ready` in its output, which stays in
-// child.output.
-function start(program, args, ready) {
-  const child = spawn(program, args, { stdio: ['ignore', 'pipe', 'pipe'] });
-  children.push(child);
-  child.output = '';
-  return new Promise((resolve, reject) => {
-    const timer = setTimeout(() => reject(new Error(`${program} did not start:\n${child.output}`)), STEP_MS);
-    const take = (chunk) => {
-      child.output += chunk;
-      const output = child.output;
-      if (output.includes(ready)) {
-        clearTimeout(timer);
-        resolve(child);
-      }
-    };
-    child.stdout.on('data', take);
-    child.stderr.on('data', take);
-    child.on('exit', (code) => reject(new Error(`${program} ended (${code}):\n${child.output}`)));
-  });
-}
+const watchdog = boundTest('browser test', 150);
 
 function numbers(text) {
   return text.match(/-?\d+(\.\d+)?/g).map(Number);
@@ -378,26 +336,10 @@ try {
   // The address to open, printed with its token.
   const address = consoleProgram.output.match(/http:\/\/\S+/)[0];
   const token = new URL(address).searchParams.get('token') ?? '';
-  const context = await chromium.launchPersistentContext(join(work, 'profile'), {
-    executablePath: '/usr/bin/chromium',
-    headless: true,
-    acceptDownloads: true,
-    viewport: { width: 1280, height: 1000 },
-    // The machine's network is closed: no background connections, no sandbox
-    // (which needs privileges a CI container lacks).
-    args: [
-      '--headless',
-      '--no-sandbox',
-      '--disable-gpu',
-      '--disable-quic',
-      '--no-first-run',
-      '--disable-background-networking',
-      '--disable-component-update',
-      '--disable-sync',
-      // A foreign name that resolves to the console's address, as DNS rebinding makes it.
-      '--host-resolver-rules=MAP rebind.example 127.0.0.1',
-    ],
-  });
+  const context = await launchBrowser(work, [
+    // A foreign name that resolves to the console's address, as DNS rebinding makes it.
+    '--host-resolver-rules=MAP rebind.example 127.0.0.1',
+  ]);
   try {
     const page = context.pages()[0] ?? (await context.newPage());
     const problems = [];

@@ -14,7 +14,7 @@
 #include "fleet/instant_actions.h"
 #include "fleet/options.h"
 #include "fleet/order_executor.h"
-#include "fleet/topics.h"
+#include "common/vda_topics.h"
 #include "support/temp_dir.h"
 
 #include <fstream>
@@ -340,15 +340,15 @@ TEST(RobotCodes, OverridesReplaceEntriesAndBadOnesAreNamed) {
 }
 
 TEST(Documents, HeadersCountPerTopicAndStateReportsTheRobot) {
-    Headers headers({"uagv", "robocomm", "R1"});
+    tools::Headers headers({"uagv", "robocomm", "R1"});
     const auto at = WallClock::time_point(std::chrono::milliseconds(1764043262345));
-    EXPECT_EQ(isoTimestamp(at), "2025-11-25T04:01:02.345Z");
+    EXPECT_EQ(tools::isoTimestamp(at), "2025-11-25T04:01:02.345Z");
     EXPECT_EQ(headers.stamp("a", Json::Value(), at)["headerId"].asInt(), 0);
     EXPECT_EQ(headers.stamp("a", Json::Value(), at)["headerId"].asInt(), 1);
     EXPECT_EQ(headers.stamp("b", Json::Value(), at)["headerId"].asInt(), 0);
-    EXPECT_EQ(topicOf(headers.identity(), "state"), "uagv/v2/robocomm/R1/state");
-    EXPECT_TRUE(acceptedVersion("2.0.0"));
-    EXPECT_FALSE(acceptedVersion("1.1"));
+    EXPECT_EQ(tools::topicOf(headers.identity(), "state"), "uagv/v2/robocomm/R1/state");
+    EXPECT_TRUE(tools::acceptedVersion("2.0.0"));
+    EXPECT_FALSE(tools::acceptedVersion("1.1"));
 
     tools::RobotCodes codes = tools::RobotCodes::builtIn();
     FakeRobot robot;

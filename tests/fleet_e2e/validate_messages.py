@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Checks messages a fleet bridge published against the VDA 5050 JSON schemas.
+"""Checks VDA 5050 messages (a fleet bridge's or a console's) against the JSON schemas.
 
 usage: validate_messages.py SCHEMA_DIR MESSAGES_FILE
 MESSAGES_FILE holds one message a line: {"topic": "...", "document": {...}}.
@@ -21,7 +21,7 @@ if not os.path.isdir(schema_dir):
     sys.exit(77)
 
 validators = {}
-for name in ("connection", "state", "visualization", "factsheet"):
+for name in ("connection", "state", "visualization", "factsheet", "order", "instantActions"):
     with open(os.path.join(schema_dir, name + ".schema"), encoding="utf-8") as f:
         schema = json.load(f)
     cls = jsonschema.validators.validator_for(schema)

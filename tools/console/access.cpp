@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstring>
 
 namespace robocomm::console {
 
@@ -17,15 +18,26 @@ constexpr size_t kMaxImage = 64u << 20;
 // reading, still reaches the route that says by how much it is too large.
 constexpr size_t kMaxMapEdit = 1u << 20;
 
-// /api/get/NAME or /api/set/NAME, as the command route matches it. Read by
-// hand: g++ 12 warns inside std::regex under the sanitizers, and warnings fail the build.
+bool commandChar(unsigned char c) { return std::isalnum(c) || c == '_' || c == '-'; }
+bool robotChar(unsigned char c) { return std::isalnum(c) || std::strchr("_.:-", c) != nullptr; }
+bool actionChar(unsigned char c) { return std::islower(c) || c == '-'; }
+
+bool madeOf(const std::string& text, bool (*allowed)(unsigned char)) {
+    return !text.empty() && std::all_of(text.begin(), text.end(), allowed);
+}
+
+bool startsWith(const std::string& text, const std::string& prefix) { return text.compare(0, prefix.size(), prefix) == 0; }
+
+// A robot's command (/api/get/NAME, /api/set/NAME) or a fleet robot's action
+// (/api/fleet/ROBOT/ACTION), as their routes match them. Read by hand: g++ 12
+// warns inside std::regex under the sanitizers, and warnings fail the build.
 bool isCommandPath(const std::string& path) {
-    const std::string get = "/api/get/", set = "/api/set/";
-    if (path.compare(0, get.size(), get) != 0 && path.compare(0, set.size(), set) != 0) return false;
-    const std::string name = path.substr(get.size());
-    return !name.empty() && std::all_of(name.begin(), name.end(), [](unsigned char c) {
-        return std::isalnum(c) || c == '_' || c == '-';
-    });
+    const std::string get = "/api/get/", set = "/api/set/", fleet = "/api/fleet/";
+    if (startsWith(path, get) || startsWith(path, set)) return madeOf(path.substr(get.size()), commandChar);
+    if (!startsWith(path, fleet)) return false;
+    const size_t slash = path.find('/', fleet.size());
+    return slash != std::string::npos && madeOf(path.substr(fleet.size(), slash - fleet.size()), robotChar) &&
+           madeOf(path.substr(slash + 1), actionChar);
 }
 
 std::string lowerCase(std::string text) {
@@ -91,7 +103,7 @@ std::optional<Refusal> checkToken(const AccessRules& rules, const httplib::Reque
         return std::nullopt;
     if (std::any_of(std::begin(offered), std::end(offered), [](const std::string& text) { return !text.empty(); }))
         return Refusal{Refusal::Kind::WrongToken, 401, "wrong token"};
-    if (req.method == "GET" && (req.path == "/" || req.path == "/index.html"))
+    if (req.method == "GET" && (req.path == "/" || req.path == "/index.html" || req.path == "/fleet.html"))
         return Refusal{Refusal::Kind::Login, 401, "this console wants its token"};
     return refused(401, "this console wants its token (Authorization: Bearer TOKEN, or open the page as /?token=TOKEN)");
 }

@@ -20,6 +20,7 @@
 #include "console/replies.h"
 #include "common/session.h"
 #include "console/parameters.h"
+#include "console/replies.h"
 #include "robocomm/security.h"
 
 namespace robocomm::console {
@@ -237,8 +238,8 @@ void mapRoute(MapCache& cache, Session& session, httplib::Response& res) {
     res.set_content(map.png, "image/png");
 }
 
-void assetRoute(const httplib::Request& req, httplib::Response& res) {
-    const std::string path = req.matches[1].str().empty() ? "index.html" : req.matches[1].str();
+void assetRoute(const std::string& startPage, const httplib::Request& req, httplib::Response& res) {
+    const std::string path = req.matches[1].str().empty() ? startPage : req.matches[1].str();
     const Asset* asset = findAsset(path);
     if (!asset) return replyError(res, 404, "no such page: /" + path);
     res.set_header("Cache-Control", "no-cache");
@@ -271,7 +272,7 @@ httplib::Server::HandlerResponse admit(const AccessRules& rules, const httplib::
 
 }  // namespace
 
-void serveConsole(httplib::Server& server, Session& session, EventHub& events, const AccessRules& rules) {
+void servePage(httplib::Server& server, EventHub& events, const AccessRules& rules, const std::string& startPage) {
     server.new_task_queue = [] { return new httplib::ThreadPool(kWorkers); };
     server.set_payload_max_length(kMaxBody);
     server.set_keep_alive_max_count(kRequestsPerConnection);
@@ -282,14 +283,21 @@ void serveConsole(httplib::Server& server, Session& session, EventHub& events, c
     server.set_error_handler([](const httplib::Request&, httplib::Response& res) {
         if (res.body.empty()) replyError(res, res.status, "no such resource");
     });
-    auto map = std::make_shared<MapCache>();
     auto streams = std::make_shared<StreamCount>();
+    server.Get("/api/events", [&events, streams](const httplib::Request&, httplib::Response& res) {
+        eventsRoute(events, streams, res);
+    });
+    server.Get(R"(/([A-Za-z0-9_.-]*))", [startPage](const httplib::Request& req, httplib::Response& res) {
+        assetRoute(startPage, req, res);
+    });
+}
+
+void serveConsole(httplib::Server& server, Session& session, EventHub& events, const AccessRules& rules) {
+    servePage(server, events, rules, "index.html");
+    auto map = std::make_shared<MapCache>();
     server.Get("/api/commands", [](const httplib::Request&, httplib::Response& res) { reply(res, 200, vocabulary()); });
     server.Post(R"(/api/(get|set)/([A-Za-z0-9_-]+))", [&session, &events](const httplib::Request& req, httplib::Response& res) {
         guarded(res, [&] { commandRoute(session, events, req, res); });
-    });
-    server.Get("/api/events", [&events, streams](const httplib::Request&, httplib::Response& res) {
-        eventsRoute(events, streams, res);
     });
     server.Post("/api/ota", [&session, &events](const httplib::Request& req, httplib::Response& res) {
         guarded(res, [&] { otaRoute(session, events, req, res); });
@@ -300,7 +308,6 @@ void serveConsole(httplib::Server& server, Session& session, EventHub& events, c
     server.Get("/api/map.png", [map, &session](const httplib::Request&, httplib::Response& res) {
         guarded(res, [&] { mapRoute(*map, session, res); });
     });
-    server.Get(R"(/([A-Za-z0-9_.-]*))", assetRoute);
 }
 
 }  // namespace robocomm::console

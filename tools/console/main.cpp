@@ -6,14 +6,18 @@
 
 #include <fstream>
 #include <iostream>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "common/broker_options.h"
 #include "common/link_options.h"
 #include "common/tool_main.h"
 #include "console/access.h"
 #include "console/events.h"
+#include "console/fleet_api.h"
+#include "console/fleet_watch.h"
 #include "console/http_api.h"
 #include "console/operator_api.h"
 #include "console/robot_events.h"
@@ -27,11 +31,15 @@ namespace {
 const char kTool[] = "robocomm-console";
 
 const std::string kUsage = std::string(R"(usage: robocomm-console [options]
+       robocomm-console --fleet BROKER[:PORT] [options]
 
 Connects to a robot and serves its web console (and an HTTP API) to a browser.
+With --fleet it serves the fleet page instead: every robot on a VDA 5050
+broker (robocomm-fleet's), reached through the broker only.
 
 options (--opt VALUE or --opt=VALUE):
-)") + kLinkOptionsHelp + R"(  --listen ADDR:PORT       where the console serves HTTP (default 127.0.0.1:8080; [ADDR]:PORT for IPv6)
+)") + kLinkOptionsHelp + R"(  --fleet BROKER[:PORT]    watch the fleet on this MQTT broker (1883, or 8883 with --ca-file), not one robot
+)" + kBrokerOptionsHelp + R"(  --listen ADDR:PORT       where the console serves HTTP (default 127.0.0.1:8080; [ADDR]:PORT for IPv6)
   --token TEXT             the token every request must carry (default: a random one, made at start)
   --token-file FILE        the token is the first line of FILE
   --no-token               ask for no token (only while the console listens on loopback)
@@ -47,6 +55,10 @@ The robot serves one client at a time: while the console runs, it is that client
 
 struct Settings {
     LinkOptions link;
+    bool fleet = false;
+    BrokerOptions broker;
+    // The fleet's interface and manufacturer.
+    Identity topics;
     std::string listenHost = "127.0.0.1";
     uint16_t listenPort = 8080;
     std::string token;
@@ -106,7 +118,11 @@ Settings parse(int argc, char** argv) {
         else if (arg == "--allow-host") s.allowedHosts.push_back(value());
         else if (arg == "--labels") s.codes.applyFile(value());
         else if (arg == "--state-dir") s.stateFolder = value();
-        else if (!applyLinkOption(kTool, arg, value, flag, s.link)) throw usageFailure(kTool, "unknown argument " + word);
+        else if (arg == "--fleet") {
+            setBrokerAddress(kTool, arg, value(), s.broker);
+            s.fleet = true;
+        } else if (!applyBrokerOption(arg, value, s.broker, s.topics) && !applyLinkOption(kTool, arg, value, flag, s.link))
+            throw usageFailure(kTool, "unknown argument " + word);
     }
     if (s.noToken && !s.token.empty()) throw usageFailure(kTool, "--no-token goes with no --token or --token-file");
     return s;
@@ -150,6 +166,38 @@ AccessRules accessRules(const Settings& s) {
     return rules;
 }
 
+// What a console serves: one robot through its session, or a fleet through
+// its broker. Each part lives as long as the server.
+struct Served {
+    std::unique_ptr<RobotEvents> robotEvents;
+    std::unique_ptr<Session> session;
+    std::unique_ptr<MapEditStore> mapEdits;
+    std::unique_ptr<OperatorState> operatorState;
+    std::unique_ptr<FleetWatch> fleet;
+    std::string subject;  // "robot HOST port PORT"
+};
+
+Served serveRobot(const Settings& s, httplib::Server& server, EventHub& events, const AccessRules& rules) {
+    Served served;
+    served.robotEvents = std::make_unique<RobotEvents>(events, s.link);
+    served.session = std::make_unique<Session>(s.link, consolePlan(), *served.robotEvents);
+    serveConsole(server, *served.session, events, rules);
+    served.mapEdits = std::make_unique<MapEditStore>(s.stateFolder, s.link);
+    served.operatorState = std::make_unique<OperatorState>(OperatorState{s.codes, *served.mapEdits});
+    serveOperator(server, *served.session, *served.operatorState);
+    served.subject = "robot " + s.link.host + " port " + std::to_string(s.link.port);
+    return served;
+}
+
+Served serveFleetOf(const Settings& s, httplib::Server& server, EventHub& events, const AccessRules& rules) {
+    Served served;
+    served.fleet = std::make_unique<FleetWatch>(s.broker, s.topics, events);
+    servePage(server, events, rules, "fleet.html");
+    serveFleet(server, *served.fleet);
+    served.subject = "fleet on broker " + served.fleet->fleet()["broker"].asString();
+    return served;
+}
+
 int serve(const Settings& s) {
     const AccessRules rules = accessRules(s);
     if (!loopback(s.listenHost)) {
@@ -168,13 +216,8 @@ int serve(const Settings& s) {
     signal(SIGPIPE, SIG_IGN);  // a browser may leave while its answer is on the way
 
     EventHub events;
-    RobotEvents robotEvents(events, s.link);
-    Session session(s.link, consolePlan(), robotEvents);
     httplib::Server server;
-    serveConsole(server, session, events, rules);
-    MapEditStore mapEdits(s.stateFolder, s.link);
-    OperatorState operatorState{s.codes, mapEdits};
-    serveOperator(server, session, operatorState);
+    const Served served = s.fleet ? serveFleetOf(s, server, events, rules) : serveRobot(s, server, events, rules);
     if (!server.bind_to_port(s.listenHost, s.listenPort)) {
         std::cerr << "robocomm-console: cannot listen on " << s.listenHost << " port " << s.listenPort << std::endl;
         return static_cast<int>(Exit::Usage);
@@ -186,8 +229,7 @@ int serve(const Settings& s) {
         server.stop();
     });
     // The address on a line of its own, for a terminal to make a link of it.
-    std::cout << "robocomm-console: robot " << s.link.host << " port " << s.link.port
-              << "; open this address in a browser:\n"
+    std::cout << "robocomm-console: " << served.subject << "; open this address in a browser:\n"
               << address(s) << (rules.token.empty() ? "" : "?token=" + rules.token) << std::endl;
     server.listen_after_bind();
     // Also reached when listening failed: wake the stopper so it can be joined.
@@ -206,5 +248,11 @@ int main(int argc, char** argv) {
             settings = parse(argc, argv);
             return ToolRequest{settings.help, settings.version};
         },
-        [&] { return serve(settings); });
+        [&] {
+            if (!settings.fleet) return serve(settings);
+            startMqtt();
+            const int status = serve(settings);
+            stopMqtt();
+            return status;
+        });
 }

@@ -2,6 +2,7 @@
 
 #include <httplib.h>
 
+#include "common/failure.h"
 #include "common/json_text.h"
 #include "common/session.h"
 

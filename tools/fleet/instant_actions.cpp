@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "common/json_text.h"
-#include "fleet/topics.h"
+#include "common/vda_topics.h"
 
 namespace robocomm::fleet {
 
@@ -11,7 +11,7 @@ namespace {
 
 std::string messageError(const Json::Value& message) {
     if (!message.isObject()) return "the message is not a JSON object";
-    if (!acceptedVersion(message["version"])) return "version " + tools::compactJson(message["version"]) + " is not 2.x";
+    if (!tools::acceptedVersion(message["version"])) return "version " + tools::compactJson(message["version"]) + " is not 2.x";
     const Json::Value& actions = message["actions"];
     if (!actions.isArray()) return "actions is not a list";
     for (Json::ArrayIndex i = 0; i < actions.size(); ++i) {

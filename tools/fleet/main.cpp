@@ -10,7 +10,7 @@
 
 #include "common/failure.h"
 #include "common/tool_main.h"
-#include "fleet/mqtt_link.h"
+#include "common/mqtt_link.h"
 #include "fleet/options.h"
 #include "fleet/vehicle.h"
 

@@ -2,6 +2,7 @@
 
 #include <functional>
 
+#include "common/broker_options.h"
 #include "common/files.h"
 #include "common/json_text.h"
 #include "common/link_options.h"
@@ -23,43 +24,18 @@ options (--opt VALUE or --opt=VALUE):
   --config FILE               a site's settings as JSON: these options' long names as keys, and
                               "robots": {"SERIAL": "HOST[:PORT]", ...}, "robot-codes": {...}
   --broker HOST[:PORT]        the MQTT broker (default 127.0.0.1:1883, or :8883 with --ca-file)
-  --broker-user NAME          user name at the broker
-  --broker-password-file FILE the broker password, first line of FILE
-  --ca-file FILE              speak TLS to the broker, trusting this CA certificate
-  --interface NAME            first topic level (default uagv)
-  --manufacturer NAME         third topic level and header field (default robocomm)
-  --map-id ID                 mapId of the positions (default map)
+)") + kBrokerOptionsHelp + R"(  --map-id ID                 mapId of the positions (default map)
   --visualization-interval SECONDS  position on visualization at most this often (default 0.2)
   --node-deviation METRES     how near a node counts as reached when the order gives no
                               allowedDeviationXY (default 0.25)
   --robot-codes FILE          entries replacing those of the built-in robot codes table
-)") + kLinkOptionsHelp + R"(  -h, --help                  this text
+)" + kLinkOptionsHelp + R"(  -h, --help                  this text
   --version                   the library version
 
 Topics: <interface>/v2/<manufacturer>/<serial>/{connection,state,visualization,factsheet,order,instantActions}
 )";
 
 namespace {
-
-std::string firstLine(const std::string& path) {
-    const std::string text = readWholeFile(path);
-    return text.substr(0, text.find('\n'));
-}
-
-// "host", "host:1883", "[::1]:1883"; port 0 when none is given.
-std::pair<std::string, uint16_t> hostAndPort(const std::string& option, const std::string& text) {
-    std::string host = text;
-    uint16_t port = 0;
-    const size_t colon = text.rfind(':');
-    const bool bracketed = !text.empty() && text.front() == '[';
-    if (colon != std::string::npos && (bracketed ? text[colon - 1] == ']' : text.find(':') == colon)) {
-        host = text.substr(0, colon);
-        port = portNumber(kTool, option, text.substr(colon + 1));
-    }
-    if (host.size() > 2 && host.front() == '[' && host.back() == ']') host = host.substr(1, host.size() - 2);
-    if (host.empty()) throw usageFailure(kTool, option + " wants HOST[:PORT], not '" + text + "'");
-    return {host, port};
-}
 
 void addRobot(FleetSettings& s, const std::string& serial, const std::string& address) {
     if (serial.empty() || serial.find_first_of("/+#") != std::string::npos)
@@ -68,7 +44,7 @@ void addRobot(FleetSettings& s, const std::string& serial, const std::string& ad
         if (robot.identity.serial == serial) throw usageFailure(kTool, "robot " + serial + " is given twice");
     VehicleSettings robot;
     robot.identity.serial = serial;
-    const auto [host, port] = hostAndPort("--robot", address);
+    const auto [host, port] = hostAndPort(kTool, "--robot", address);
     robot.link.host = host;
     if (port) robot.link.port = port;
     s.robots.push_back(robot);
@@ -94,20 +70,13 @@ Json::Value jsonFile(const std::string& path) {
 bool apply(FleetSettings& s, const std::string& option, const std::function<std::string()>& value,
            const std::function<bool()>& flag) {
     VehicleSettings& c = s.common;
+    if (applyBrokerOption(option, value, c.broker, c.identity)) return true;
     if (option == "--robot") {
         const std::string text = value();
         const size_t equals = text.find('=');
         if (equals == std::string::npos) throw usageFailure(kTool, "--robot wants SERIAL=HOST[:PORT]");
         addRobot(s, text.substr(0, equals), text.substr(equals + 1));
-    } else if (option == "--broker") {
-        const auto [host, port] = hostAndPort(option, value());
-        c.broker.host = host;
-        c.broker.port = port;
-    } else if (option == "--broker-user") c.broker.user = value();
-    else if (option == "--broker-password-file") c.broker.password = firstLine(value());
-    else if (option == "--ca-file") c.broker.caFile = value();
-    else if (option == "--interface") c.identity.interfaceName = value();
-    else if (option == "--manufacturer") c.identity.manufacturer = value();
+    } else if (option == "--broker") setBrokerAddress(kTool, option, value(), c.broker);
     else if (option == "--map-id") c.mapId = value();
     else if (option == "--visualization-interval") c.visualizationInterval = secondsOption(kTool, option, value());
     else if (option == "--node-deviation") c.order.defaultDeviation = positiveNumber(kTool, option, value());

@@ -3,7 +3,7 @@
 #include <cmath>
 
 #include "common/json_text.h"
-#include "fleet/topics.h"
+#include "common/vda_topics.h"
 
 namespace robocomm::fleet {
 
@@ -62,7 +62,7 @@ OrderExecutor::OrderExecutor(RobotPort& robot, ActionStates& actions, BridgeErro
 
 std::string OrderExecutor::layoutError(const Json::Value& order) const {
     if (!order.isObject()) return "the order is not a JSON object";
-    if (!acceptedVersion(order["version"])) return "version " + tools::compactJson(order["version"]) + " is not 2.x";
+    if (!tools::acceptedVersion(order["version"])) return "version " + tools::compactJson(order["version"]) + " is not 2.x";
     if (!isId(order["orderId"])) return "orderId is missing";
     if (!isCount(order["orderUpdateId"])) return "orderUpdateId is not a count";
     const Json::Value& nodes = order["nodes"];

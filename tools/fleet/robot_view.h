@@ -10,9 +10,11 @@
 #include <vector>
 
 #include "fleet/robot_port.h"
-#include "fleet/topics.h"
+#include "common/vda_topics.h"
 
 namespace robocomm::fleet {
+
+using tools::WallClock;
 
 struct RobotError {
     std::string code;  // "BATTERY-LOW"

@@ -14,12 +14,17 @@
 #include "common/session.h"
 #include "fleet/action_states.h"
 #include "fleet/instant_actions.h"
-#include "fleet/mqtt_link.h"
+#include "common/mqtt_link.h"
 #include "fleet/order_executor.h"
 #include "fleet/robot_view.h"
-#include "fleet/topics.h"
+#include "common/vda_topics.h"
 
 namespace robocomm::fleet {
+
+using tools::BrokerOptions;
+using tools::Headers;
+using tools::Identity;
+using tools::MqttLink;
 
 struct VehicleSettings {
     Identity identity;

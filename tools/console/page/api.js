@@ -74,3 +74,15 @@ export function subscribe(handlers, failed) {
     if (stream.readyState === EventSource.CLOSED) setTimeout(() => subscribe(handlers, failed), STREAM_RETRY_MS);
   });
 }
+
+// The fleet page's table: {broker, robots}.
+export async function fleet() {
+  return answer(await fetch('api/fleet'));
+}
+
+// command: pause, resume, cancel, charge, stop-charging, stop, or goto with {x, y}.
+export async function fleetAction(serial, command, body = {}) {
+  const headers = { 'Content-Type': 'application/json' };
+  const path = `api/fleet/${encodeURIComponent(serial)}/${command}`;
+  return answer(await fetch(path, { method: 'POST', headers, body: JSON.stringify(body) }));
+}

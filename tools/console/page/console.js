@@ -2,6 +2,7 @@
 // operator's orders through the API.
 import { command, commands, mapImage, subscribe, uploadFirmware } from './api.js';
 import { MapView } from './map.js';
+import { log as logActivity } from './activity.js';
 import { label, loadLabels, showLabel } from './labels.js';
 import { mapEditPanel } from './map_edit_panel.js';
 
@@ -19,15 +20,7 @@ const LINK_TEXT = {
 let linkUp = false;
 let pose = null;
 
-function log(text, failed = false) {
-  const item = document.createElement('li');
-  const time = document.createElement('time');
-  time.textContent = new Date().toLocaleTimeString();
-  item.append(time, text);
-  item.classList.toggle('failed', failed);
-  $('activity').prepend(item);
-  while ($('activity').children.length > 50) $('activity').lastChild.remove();
-}
+const log = (text, failed = false) => logActivity($('activity'), text, failed);
 
 // Runs an order, telling the operator how it went; the answer or null.
 async function order(title, verbAndName, params = []) {

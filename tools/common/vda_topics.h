@@ -10,11 +10,11 @@
 #include <mutex>
 #include <string>
 
-namespace robocomm::fleet {
+namespace robocomm::tools {
 
 using WallClock = std::chrono::system_clock;
 
-// The version this bridge speaks; it takes orders of any 2.x version.
+// The version the fleet tools speak; they take messages of any 2.x version.
 constexpr char kProtocolVersion[] = "2.1.0";
 
 struct Identity {
@@ -29,7 +29,7 @@ std::string topicOf(const Identity& identity, const std::string& name);
 std::string clientIdOf(const Identity& identity);
 // "2026-11-25T04:01:02.345Z"
 std::string isoTimestamp(WallClock::time_point at);
-// True for "2.0.0", "2.1.0", ...: the versions whose orders this bridge takes.
+// True for "2.0.0", "2.1.0", ...: the versions whose messages the tools take.
 bool acceptedVersion(const Json::Value& version);
 
 class Headers {
@@ -45,4 +45,4 @@ private:
     std::map<std::string, uint32_t> nextId_;
 };
 
-}  // namespace robocomm::fleet
+}  // namespace robocomm::tools

@@ -1,7 +1,7 @@
-// One robot's connection to the MQTT broker (VDA 5050 6.14: one per
-// vehicle), over libmosquitto's C API with its own network thread. It
-// reconnects with back-off by itself; on every connection it subscribes
-// again and tells its owner, who publishes the robot's connection state.
+// One connection to the MQTT broker over libmosquitto's C API, with its
+// own network thread: the bridge keeps one per vehicle (VDA 5050 6.14), a
+// console one for the fleet it watches. It reconnects with back-off by
+// itself; on every connection it subscribes again and tells its owner.
 #pragma once
 
 #include <chrono>
@@ -16,7 +16,7 @@
 struct mosquitto;
 struct mosquitto_message;
 
-namespace robocomm::fleet {
+namespace robocomm::tools {
 
 struct BrokerOptions {
     std::string host = "127.0.0.1";
@@ -36,6 +36,8 @@ void stopMqtt();
 
 class MqttLink {
 public:
+    // What the broker publishes when the connection breaks; none when
+    // `topic` is empty.
     struct Will {
         std::string topic;
         std::string payload;
@@ -78,4 +80,4 @@ private:
     std::set<int> acknowledged_;
 };
 
-}  // namespace robocomm::fleet
+}  // namespace robocomm::tools

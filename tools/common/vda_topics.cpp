@@ -1,9 +1,9 @@
-#include "fleet/topics.h"
+#include "common/vda_topics.h"
 
 #include <cstdio>
 #include <ctime>
 
-namespace robocomm::fleet {
+namespace robocomm::tools {
 
 std::string topicOf(const Identity& identity, const std::string& name) {
     return identity.interfaceName + "/v2/" + identity.manufacturer + "/" + identity.serial + "/" + name;
@@ -42,4 +42,4 @@ Json::Value Headers::stamp(const std::string& topic, Json::Value body, WallClock
     return body;
 }
 
-}  // namespace robocomm::fleet
+}  // namespace robocomm::tools

@@ -1,10 +1,10 @@
-#include "fleet/mqtt_link.h"
+#include "common/mqtt_link.h"
 
 #include <mosquitto.h>
 
 #include "common/failure.h"
 
-namespace robocomm::fleet {
+namespace robocomm::tools {
 
 namespace {
 
@@ -12,8 +12,8 @@ namespace {
 constexpr unsigned kReconnectFirst = 1;
 constexpr unsigned kReconnectLast = 30;
 
-tools::Failure brokerFailure(const std::string& what, int rc) {
-    return tools::Failure(tools::Exit::Usage, what + ": " + mosquitto_strerror(rc));
+Failure brokerFailure(const std::string& what, int rc) {
+    return Failure(Exit::Usage, what + ": " + mosquitto_strerror(rc));
 }
 
 }  // namespace
@@ -25,10 +25,12 @@ MqttLink::MqttLink(const BrokerOptions& broker, const std::string& clientId, con
                    std::vector<std::string> subscriptions, Handlers handlers)
     : broker_(broker), subscriptions_(std::move(subscriptions)), handlers_(std::move(handlers)) {
     client_ = mosquitto_new(clientId.c_str(), true, this);
-    if (!client_) throw tools::Failure(tools::Exit::Failed, "cannot make an MQTT client for " + clientId);
+    if (!client_) throw Failure(Exit::Failed, "cannot make an MQTT client for " + clientId);
     mosquitto_int_option(client_, MOSQ_OPT_PROTOCOL_VERSION, MQTT_PROTOCOL_V311);
-    int rc = mosquitto_will_set(client_, will.topic.c_str(), static_cast<int>(will.payload.size()),
-                                will.payload.data(), 1, true);
+    int rc = MOSQ_ERR_SUCCESS;
+    if (!will.topic.empty())
+        rc = mosquitto_will_set(client_, will.topic.c_str(), static_cast<int>(will.payload.size()), will.payload.data(),
+                                1, true);
     if (rc == MOSQ_ERR_SUCCESS && !broker.user.empty())
         rc = mosquitto_username_pw_set(client_, broker.user.c_str(),
                                        broker.password.empty() ? nullptr : broker.password.c_str());
@@ -104,4 +106,4 @@ bool MqttLink::publishAndWait(const std::string& topic, const std::string& paylo
 
 void MqttLink::disconnect() { mosquitto_disconnect(client_); }
 
-}  // namespace robocomm::fleet
+}  // namespace robocomm::tools
