@@ -1,0 +1,124 @@
+// The console's own record of the robot's readings: the hour of battery
+// and speed samples (its bound, its window, its CSV text) and the lease
+// that keeps the sensors polled while a page shows them.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <string>
+
+#include "common/json_text.h"
+#include "console/events.h"
+#include "console/history.h"
+#include "console/sensors.h"
+
+namespace robocomm::console {
+namespace {
+
+using namespace std::chrono_literals;
+
+Json::Value parsed(const std::string& text) {
+    Json::Value root;
+    std::string errors;
+    EXPECT_TRUE(tools::parseJson(text, root, errors)) << errors;
+    return root;
+}
+
+// 2026-11-25T07:30:00Z
+const WallClock::time_point kStart = WallClock::from_time_t(1795591800);
+
+Json::Value battery(double percent, double voltage, double current) {
+    Json::Value body;
+    body["batteryPercent"] = percent;
+    body["batteryVoltage"] = voltage;
+    body["batteryCurrent"] = current;
+    body["numberOfCycles"] = 112;
+    return body;
+}
+
+Json::Value speed(double mS) {
+    Json::Value body;
+    body["mS"] = mS;
+    body["radS"] = 0.5;
+    return body;
+}
+
+TEST(History, KeepsOneSamplePerSecondWithTheLatestValues) {
+    EventHub events;
+    History history(events);
+    history.record("battery-status-v2", battery(80, 15.36, -0.4), kStart + 100ms);
+    history.record("robot-speed", speed(0.25), kStart + 600ms);  // the same second: no sample
+    history.record("position", parsed(R"({"x":1,"y":2,"theta":0})"), kStart + 1200ms);  // not kept
+    history.record("robot-speed", speed(0.5), kStart + 1900ms);
+    history.record("battery-status-v2", battery(79, 15.3, -1.4), kStart + 3000ms);
+
+    const Json::Value samples = history.json()["samples"];
+    ASSERT_EQ(samples.size(), 3u);
+    EXPECT_EQ(tools::compactJson(samples[0]),
+              R"({"current":-0.4,"percent":80,"speed":null,"time":"2026-11-25T07:30:00Z","voltage":15.36})");
+    EXPECT_EQ(tools::compactJson(samples[1]),
+              R"({"current":-0.4,"percent":80,"speed":0.5,"time":"2026-11-25T07:30:01Z","voltage":15.36})");
+    EXPECT_EQ(samples[2]["time"].asString(), "2026-11-25T07:30:03Z");
+    EXPECT_EQ(samples[2]["current"].asDouble(), -1.4);
+}
+
+TEST(History, CsvHasAHeaderWithUnitsAndOneRowPerSample) {
+    EventHub events;
+    History history(events);
+    history.record("battery-status-v2", battery(80, 15.36, -0.4), kStart);
+    history.record("robot-speed", speed(0.1), kStart + 1s);
+    EXPECT_EQ(history.csv(),
+              "time (UTC),battery (%),voltage (V),current (A),speed (m/s)\r\n"
+              "2026-11-25T07:30:00Z,80,15.36,-0.4,\r\n"
+              "2026-11-25T07:30:01Z,80,15.36,-0.4,0.1\r\n");
+}
+
+TEST(History, HoldsAtMostAnHourOfSamples) {
+    EventHub events;
+    History history(events);
+    for (int second = 0; second < 4000; ++second)
+        history.record("robot-speed", speed(second), kStart + std::chrono::seconds(second));
+    const Json::Value samples = history.json()["samples"];
+    ASSERT_EQ(samples.size(), History::kCapacity);
+    EXPECT_EQ(samples[0]["speed"].asInt(), 400);
+    EXPECT_EQ(samples[Json::ArrayIndex(History::kCapacity - 1)]["speed"].asInt(), 3999);
+}
+
+TEST(History, DropsWhatIsOlderThanAnHourAfterAGap) {
+    EventHub events;
+    History history(events);
+    for (int second = 0; second < 10; ++second)
+        history.record("robot-speed", speed(second), kStart + std::chrono::seconds(second));
+    // The link was down for most of an hour: the first five samples are now older than the hour.
+    history.record("robot-speed", speed(-1), kStart + 3605s);
+    const Json::Value samples = history.json()["samples"];
+    ASSERT_EQ(samples.size(), 5u);
+    EXPECT_EQ(samples[0]["time"].asString(), "2026-11-25T07:30:06Z");
+    EXPECT_EQ(samples[4]["time"].asString(), "2026-11-25T08:30:05Z");
+}
+
+TEST(History, PublishesEachNewSampleForThePage) {
+    EventHub events;
+    uint64_t cursor = 0;
+    events.snapshot(cursor);
+    History history(events);
+    history.record("robot-speed", speed(0.5), kStart);
+    history.record("robot-speed", speed(0.7), kStart + 10ms);
+    const std::string text = events.next(cursor, tools::Millis(0));
+    EXPECT_EQ(text.find("event: history"), 0u) << text;
+    EXPECT_NE(text.find(R"("speed":0.5)"), std::string::npos) << text;
+    EXPECT_EQ(events.next(cursor, tools::Millis(0)), "");
+}
+
+TEST(SensorLease, LapsesUnlessRenewed) {
+    SensorLease lease;
+    const auto now = SensorLease::Clock::now();
+    EXPECT_FALSE(lease.held(now));
+    lease.renew(now);
+    EXPECT_TRUE(lease.held(now + SensorLease::kLength - 1ms));
+    EXPECT_FALSE(lease.held(now + SensorLease::kLength));
+    lease.renew(now + 4s);
+    EXPECT_TRUE(lease.held(now + SensorLease::kLength + 3s));
+}
+
+}  // namespace
+}  // namespace robocomm::console
