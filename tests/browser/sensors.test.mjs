@@ -5,7 +5,8 @@
 // (tests/CMakeLists.txt) with the paths below in the environment.
 //   CONSOLE, DEMO_HOST   the two programs
 //   MODULES              the folder whose node_modules holds playwright-core
-//   SCREENSHOT           the page's screenshots are named after it: NAME-plots.png, NAME-sensors.png
+//   SCREENSHOT           the screenshots are named after it: NAME-plots.png, NAME-sensors.png,
+//                        NAME-sensors-map.png
 import { mkdtempSync, readFileSync, rmSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
@@ -43,7 +44,13 @@ async function sensorEventsDuring(base, token, ms) {
   return [...text.matchAll(/^event: (\S+)$/gm)].map(([, name]) => name).filter((name) => SENSORS.includes(name));
 }
 
-async function plots(page, context) {
+// The robot drives to a corner meanwhile, so that its speed and current change.
+async function plots(page, context, base, token) {
+  const headers = { Authorization: `Bearer ${token}`, 'Content-Type': 'application/json' };
+  const sent = await fetch(`${base}/api/set/target-position`, { method: 'POST', headers, body: '[2.4, 2.4, 0.79]' });
+  assert.equal(sent.status, 200, 'the robot takes the target');
+  await page.locator('#plot-speed-now', { hasText: /^0\.\d+ m\/s$/ }).waitFor({ timeout: STEP_MS });
+  await new Promise((resolve) => setTimeout(resolve, 3000));
   for (const key of ['percent', 'voltage', 'current', 'speed'])
     await page.waitForFunction((id) => Number(document.getElementById(id).dataset.points) >= 2, `plot-${key}`,
       { timeout: STEP_MS });
@@ -52,6 +59,7 @@ async function plots(page, context) {
   assert.equal(rows[0], CSV_HEADER);
   assert.ok(rows.length >= 3, `the CSV has ${rows.length - 1} rows`);
   for (const row of rows.slice(1)) assert.match(row, /^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ,\d+,\d+(\.\d+)?,-?\d+(\.\d+)?,-?[\d.e-]*$/);
+  assert.ok(rows.some((row) => Number(row.split(',')[4]) > 0), 'the CSV has the robot driving');
   console.log(`sensors browser test: the CSV download has ${rows.length - 1} rows, e.g. ${rows[1]}`);
   // A page opened later draws the hour the console kept, not only what comes after.
   const later = await context.newPage();
@@ -111,15 +119,37 @@ function checkAgainstDemoHost(r) {
   assert.equal(r['camera-status-v2'].text, 'status 1; class 3 (87 %) at (450, -120) mm, 15°, 380×520 mm, 610 mm away');
 }
 
+// Pixels of the map near each colour: the places of the readings drawn over the map.
+function mapColours(page, colours) {
+  return page.evaluate((colours) => {
+    const canvas = document.getElementById('map');
+    const { data } = canvas.getContext('2d').getImageData(0, 0, canvas.width, canvas.height);
+    return colours.map((hex) => {
+      const [r, g, b] = [1, 3, 5].map((at) => parseInt(hex.slice(at, at + 2), 16));
+      let count = 0;
+      for (let i = 0; i < data.length; i += 4)
+        if (Math.abs(data[i] - r) + Math.abs(data[i + 1] - g) + Math.abs(data[i + 2] - b) < 40) ++count;
+      return count;
+    });
+  }, colours);
+}
+
+// Lidar, line laser, camera object (page/sensors.js).
+const READING_COLOURS = ['#0891b2', '#d97706', '#7c3aed'];
+
 async function sensors(page, base, token) {
   assert.deepEqual(await sensorEventsDuring(base, token, 1500), [], 'sensors polled while no page shows them');
   await page.click('#sensors summary');
   for (const name of SENSORS)
     await page.locator(`[data-sensor="${name}"] code`, { hasText: '{' }).waitFor({ timeout: STEP_MS });
   checkAgainstDemoHost(await shown(page));
+  const drawn = await mapColours(page, READING_COLOURS);
+  assert.ok(drawn.every((pixels) => pixels > 0), `lidar, line laser and camera pixels on the map: ${drawn}`);
   await page.locator('.sensors-card').screenshot({ path: shots('sensors') });
+  await page.locator('#map').screenshot({ path: shots('sensors-map') });
   // Closed, the page lets its lease lapse (5 s) and the console stops asking.
   await page.click('#sensors summary');
+  assert.deepEqual(await mapColours(page, READING_COLOURS), [0, 0, 0], 'the readings leave the map with the panel');
   await new Promise((resolve) => setTimeout(resolve, 5500));
   assert.deepEqual(await sensorEventsDuring(base, token, 1500), [], 'sensors still polled after the panel closed');
 }
@@ -139,8 +169,9 @@ try {
     await page.goto(address);
     await page.locator('#link-state', { hasText: 'connected' }).waitFor({ timeout: STEP_MS });
     await page.locator('#map:not([aria-busy])').waitFor({ timeout: STEP_MS });
-    await plots(page, context);
-    await sensors(page, `http://127.0.0.1:${port}`, token);
+    const base = `http://127.0.0.1:${port}`;
+    await sensors(page, base, token);
+    await plots(page, context, base, token);
     assert.deepEqual(problems, [], 'the page ran without script errors');
   } finally {
     await context.close();

@@ -10,7 +10,11 @@ const PLOTS = [
   { key: 'current', title: 'current', unit: 'A', colour: '#d97706' },
   { key: 'speed', title: 'speed', unit: 'm/s', colour: '#7c3aed' },
 ];
-const MARGIN = { left: 44, right: 6, top: 6, bottom: 16 };
+// In CSS pixels; the canvas is drawn at the screen's own resolution.
+const MARGIN = { left: 60, right: 8, top: 8, bottom: 16 };
+const HEIGHT = 90;
+// The time axis spans what the console kept, at least a minute, at most the hour.
+const MIN_SPAN_MS = 60 * 1000;
 
 const samples = [];
 
@@ -18,43 +22,54 @@ function numberText(value) {
   return Math.abs(value) >= 100 ? value.toFixed(0) : Number(value.toFixed(2)).toString();
 }
 
+function spanText(ms) {
+  return ms >= 120 * 1000 ? `−${Math.round(ms / 60000)} min` : `−${Math.round(ms / 1000)} s`;
+}
+
 // The value range, widened a little so that a flat line is not on the edge.
 function range(values) {
-  let low = Math.min(...values);
-  let high = Math.max(...values);
+  const low = Math.min(...values);
+  const high = Math.max(...values);
   const pad = (high - low) * 0.1 || Math.max(Math.abs(high) * 0.05, 0.05);
   return [low - pad, high + pad];
 }
 
-function drawPlot(canvas, { key, unit, colour }, now) {
+// A context in CSS pixels on a canvas as wide as it is shown.
+function context(canvas) {
+  const ratio = window.devicePixelRatio || 1;
+  const width = canvas.clientWidth || canvas.width;
+  canvas.width = Math.round(width * ratio);
+  canvas.height = Math.round(HEIGHT * ratio);
   const c = canvas.getContext('2d');
-  const { width, height } = canvas;
-  c.clearRect(0, 0, width, height);
+  c.setTransform(ratio, 0, 0, ratio, 0, 0);
+  return [c, width];
+}
+
+function drawPlot(canvas, { key, unit, colour }, now, span) {
+  const [c, width] = context(canvas);
   const points = samples.filter((s) => s[key] !== null).map((s) => [Date.parse(s.time), s[key]]);
   canvas.dataset.points = points.length;
   const plotWidth = width - MARGIN.left - MARGIN.right;
-  const plotHeight = height - MARGIN.top - MARGIN.bottom;
+  const plotHeight = HEIGHT - MARGIN.top - MARGIN.bottom;
   c.strokeStyle = '#e3e7ee';
   c.strokeRect(MARGIN.left, MARGIN.top, plotWidth, plotHeight);
   c.fillStyle = '#667085';
   c.font = '11px system-ui, sans-serif';
-  c.textBaseline = 'alphabetic';
-  c.fillText('−60 min', MARGIN.left, height - 3);
+  c.fillText(spanText(span), MARGIN.left, HEIGHT - 3);
   c.textAlign = 'right';
-  c.fillText('now', width - MARGIN.right, height - 3);
+  c.fillText('now', width - MARGIN.right, HEIGHT - 3);
   if (!points.length) return;
   const [low, high] = range(points.map(([, v]) => v));
-  c.fillText(`${numberText(high)} ${unit}`, MARGIN.left - 4, MARGIN.top + 10);
-  c.fillText(`${numberText(low)}`, MARGIN.left - 4, MARGIN.top + plotHeight);
-  c.textAlign = 'left';
-  const x = (t) => MARGIN.left + ((t - (now - HOUR_MS)) / HOUR_MS) * plotWidth;
+  c.fillText(`${numberText(high)} ${unit}`, MARGIN.left - 4, MARGIN.top + 9);
+  c.fillText(`${numberText(low)} ${unit}`, MARGIN.left - 4, MARGIN.top + plotHeight);
+  const x = (t) => MARGIN.left + ((t - (now - span)) / span) * plotWidth;
   const y = (v) => MARGIN.top + ((high - v) / (high - low)) * plotHeight;
   c.strokeStyle = colour;
   c.lineWidth = 1.5;
   c.beginPath();
   points.forEach(([t, v], i) => (i ? c.lineTo(x(t), y(v)) : c.moveTo(x(t), y(v))));
   c.stroke();
-  // A single sample is no line: a dot shows it.
+  // A single sample is no line: a dot shows the latest.
   const [lastT, lastV] = points[points.length - 1];
   c.fillStyle = colour;
   c.fillRect(x(lastT) - 2, y(lastV) - 2, 4, 4);
@@ -62,8 +77,10 @@ function drawPlot(canvas, { key, unit, colour }, now) {
 
 function draw() {
   const newest = samples.length ? Date.parse(samples[samples.length - 1].time) : Date.now();
+  const oldest = samples.length ? Date.parse(samples[0].time) : newest;
+  const span = Math.min(HOUR_MS, Math.max(MIN_SPAN_MS, newest - oldest));
   for (const plot of PLOTS) {
-    drawPlot(document.getElementById(`plot-${plot.key}`), plot, newest);
+    drawPlot(document.getElementById(`plot-${plot.key}`), plot, newest, span);
     const last = samples.findLast((s) => s[plot.key] !== null);
     document.getElementById(`plot-${plot.key}-now`).textContent =
       last ? `${numberText(last[plot.key])} ${plot.unit}` : '—';
@@ -86,4 +103,5 @@ export async function plotPanel() {
   const since = samples.length ? Date.parse(samples[0].time) : Infinity;
   samples.unshift(...kept.samples.filter((s) => Date.parse(s.time) < since));
   draw();
+  window.addEventListener('resize', draw);
 }
