@@ -1,14 +1,21 @@
 // The console's own record of the robot's readings: the hour of battery
-// and speed samples (its bound, its window, its CSV text) and the lease
-// that keeps the sensors polled while a page shows them.
+// and speed samples (its bound, its window, its CSV text), the lease that
+// keeps the sensors polled while a page shows them, and their routes
+// behind the console's checks.
 #include <gtest/gtest.h>
+#include <httplib.h>
 
 #include <chrono>
 #include <string>
+#include <thread>
 
 #include "common/json_text.h"
+#include "console/access.h"
 #include "console/events.h"
 #include "console/history.h"
+#include "console/http_api.h"
+#include "console/readings_api.h"
+#include "console/robot_events.h"
 #include "console/sensors.h"
 
 namespace robocomm::console {
@@ -118,6 +125,74 @@ TEST(SensorLease, LapsesUnlessRenewed) {
     EXPECT_FALSE(lease.held(now + SensorLease::kLength));
     lease.renew(now + 4s);
     EXPECT_TRUE(lease.held(now + SensorLease::kLength + 3s));
+}
+
+// The readings' routes behind the console's checks, the robot unreachable.
+class ReadingsRoutes : public ::testing::Test {
+protected:
+    void SetUp() override {
+        port = server.bind_to_any_port("127.0.0.1");
+        ASSERT_GT(port, 0);
+        AccessRules rules;
+        rules.token = "secret";
+        rules.hosts = acceptedHosts("127.0.0.1", static_cast<uint16_t>(port), {});
+        rules.port = static_cast<uint16_t>(port);
+        servePage(server, events, rules, "index.html");
+        serveReadings(server, history, sensors);
+        listener = std::thread([this] { server.listen_after_bind(); });
+        for (int i = 0; i < 100 && !server.is_running(); ++i) std::this_thread::sleep_for(10ms);
+        client = std::make_unique<httplib::Client>("127.0.0.1", port);
+        client->set_bearer_token_auth("secret");
+    }
+    void TearDown() override {
+        events.close();
+        server.stop();
+        listener.join();
+    }
+
+    static tools::LinkOptions unreachableRobot() {
+        tools::LinkOptions options;
+        options.port = 1;  // nothing listens there
+        options.timeout = 200ms;
+        return options;
+    }
+
+    EventHub events;
+    History history{events};
+    tools::Session session{unreachableRobot(), tools::SessionPlan{}, history};
+    SensorPolls sensors{session, events};
+    httplib::Server server;
+    std::thread listener;
+    std::unique_ptr<httplib::Client> client;
+    int port = 0;
+};
+
+TEST_F(ReadingsRoutes, TheCsvComesAsAnAttachment) {
+    history.record("robot-speed", speed(0.5), kStart);
+    const auto csv = client->Get("/api/history.csv");
+    ASSERT_TRUE(csv);
+    EXPECT_EQ(csv->status, 200);
+    EXPECT_EQ(csv->get_header_value("Content-Type"), "text/csv; charset=utf-8");
+    EXPECT_EQ(csv->get_header_value("Content-Disposition"), "attachment; filename=\"robot-history.csv\"");
+    EXPECT_EQ(csv->body, history.csv());
+    const auto json = client->Get("/api/history");
+    ASSERT_TRUE(json);
+    EXPECT_EQ(parsed(json->body)["samples"][0]["speed"].asDouble(), 0.5);
+}
+
+// Another site's form can post text/plain: it must not keep the link busy.
+TEST_F(ReadingsRoutes, TheLeaseWantsJsonAndTheToken) {
+    const auto form = client->Post("/api/sensors/lease", "{}", "text/plain");
+    ASSERT_TRUE(form);
+    EXPECT_EQ(form->status, 415) << form->body;
+    const auto tokenless = httplib::Client("127.0.0.1", port).Post("/api/sensors/lease", "{}", "application/json");
+    ASSERT_TRUE(tokenless);
+    EXPECT_EQ(tokenless->status, 401);
+    const auto lease = client->Post("/api/sensors/lease", "{}", "application/json");
+    ASSERT_TRUE(lease);
+    EXPECT_EQ(lease->status, 200) << lease->body;
+    EXPECT_EQ(parsed(lease->body)["sensors"].size(), kSensorCommands.size());
+    EXPECT_GT(parsed(lease->body)["milliseconds"].asInt(), 4000);
 }
 
 }  // namespace
