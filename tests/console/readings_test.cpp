@@ -15,8 +15,8 @@
 #include "console/history.h"
 #include "console/http_api.h"
 #include "console/readings_api.h"
-#include "console/robot_events.h"
 #include "console/sensors.h"
+#include "unreachable_robot.h"
 
 namespace robocomm::console {
 namespace {
@@ -148,13 +148,6 @@ protected:
         events.close();
         server.stop();
         listener.join();
-    }
-
-    static tools::LinkOptions unreachableRobot() {
-        tools::LinkOptions options;
-        options.port = 1;  // nothing listens there
-        options.timeout = 200ms;
-        return options;
     }
 
     EventHub events;
