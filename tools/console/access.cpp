@@ -118,6 +118,7 @@ std::optional<BodyRule> bodyRule(const std::string& path) {
     if (isCommandPath(path)) return BodyRule{"application/json", kMaxParameters};
     if (path == "/api/ota") return BodyRule{"application/octet-stream", kMaxImage};
     if (path == "/api/map-edit") return BodyRule{"application/json", kMaxMapEdit};
+    if (path == "/api/sensors/lease") return BodyRule{"application/json", kMaxParameters};
     return std::nullopt;
 }
 

@@ -18,9 +18,13 @@
 #include "console/events.h"
 #include "console/fleet_api.h"
 #include "console/fleet_watch.h"
+#include "console/history.h"
 #include "console/http_api.h"
+#include "console/listeners.h"
 #include "console/operator_api.h"
+#include "console/readings_api.h"
 #include "console/robot_events.h"
+#include "console/sensors.h"
 
 using namespace robocomm;
 using namespace robocomm::console;
@@ -170,7 +174,10 @@ AccessRules accessRules(const Settings& s) {
 // its broker. Each part lives as long as the server.
 struct Served {
     std::unique_ptr<RobotEvents> robotEvents;
+    std::unique_ptr<History> history;
+    std::unique_ptr<SessionListeners> listeners;
     std::unique_ptr<Session> session;
+    std::unique_ptr<SensorPolls> sensors;
     std::unique_ptr<MapEditStore> mapEdits;
     std::unique_ptr<OperatorState> operatorState;
     std::unique_ptr<FleetWatch> fleet;
@@ -180,8 +187,13 @@ struct Served {
 Served serveRobot(const Settings& s, httplib::Server& server, EventHub& events, const AccessRules& rules) {
     Served served;
     served.robotEvents = std::make_unique<RobotEvents>(events, s.link);
-    served.session = std::make_unique<Session>(s.link, consolePlan(), *served.robotEvents);
+    served.history = std::make_unique<History>(events);
+    served.listeners = std::make_unique<SessionListeners>(
+        std::initializer_list<SessionListener*>{served.robotEvents.get(), served.history.get()});
+    served.session = std::make_unique<Session>(s.link, consolePlan(), *served.listeners);
     serveConsole(server, *served.session, events, rules);
+    served.sensors = std::make_unique<SensorPolls>(*served.session, events);
+    serveReadings(server, *served.history, *served.sensors);
     served.mapEdits = std::make_unique<MapEditStore>(s.stateFolder, s.link);
     served.operatorState = std::make_unique<OperatorState>(OperatorState{s.codes, *served.mapEdits});
     serveOperator(server, *served.session, *served.operatorState);

@@ -12,9 +12,10 @@ SessionPlan consolePlan() {
     plan.tool = "the console";
     plan.identity = {"software-version", "robot-info"};
     // The state the page shows, polled in turn; the position comes every
-    // other poll so that the marker moves smoothly.
-    plan.polls = {"position", "battery-status-v2", "position", "robot-status",
-                  "position", "target-position",   "position", "docking-status"};
+    // other poll so that the marker moves smoothly. The battery and the
+    // speed, about once a second, also feed the console's history.
+    plan.polls = {"position", "battery-status-v2", "position", "robot-status", "position",
+                  "target-position", "position", "docking-status", "position", "robot-speed"};
     // About five answers a second are plenty for the page, and the robot's
     // control loop has other work.
     plan.pollGap = Millis(100);

@@ -41,6 +41,17 @@ export async function lastMapEdit() {
   return response.status === 404 ? null : answer(response);
 }
 
+// The console's last hour of battery and speed: {samples: [{time, percent, voltage, current, speed}]}.
+export async function robotHistory() {
+  return answer(await fetch('api/history'));
+}
+
+// Keeps the console polling the sensors for a few seconds more.
+export async function renewSensorLease() {
+  const headers = { 'Content-Type': 'application/json' };
+  return answer(await fetch('api/sensors/lease', { method: 'POST', headers, body: '{}' }));
+}
+
 export async function uploadFirmware(file) {
   const headers = { 'Content-Type': 'application/octet-stream' };
   return answer(await fetch('api/ota', { method: 'POST', headers, body: file }));

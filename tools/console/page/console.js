@@ -5,6 +5,8 @@ import { MapView } from './map.js';
 import { log as logActivity } from './activity.js';
 import { label, loadLabels, showLabel } from './labels.js';
 import { mapEditPanel } from './map_edit_panel.js';
+import { plotEvents, plotPanel } from './plots.js';
+import { sensorEvents, sensorPanel } from './sensors.js';
 
 const $ = (id) => document.getElementById(id);
 // How often the map image is fetched again while the link is up.
@@ -137,6 +139,8 @@ subscribe(
       $('firmware-state').textContent = `${Math.floor((sent * 100) / total)} % sent, the robot reports ${robotPercent} %`;
     },
     log: ({ got, total }) => ($('log-state').textContent = `${Math.floor((got * 100) / total)} % received`),
+    ...plotEvents,
+    ...sensorEvents,
   },
   // Until the stream is back the page says so; the console then sends the link state anew.
   () => showLink({ state: 'console' }),
@@ -204,4 +208,6 @@ async function buildCommandPanel() {
 
 buildCommandPanel().catch((error) => log(`Commands: ${error.message}`, true));
 mapEditPanel(view, log).catch((error) => log(`Map edit: ${error.message}`, true));
+plotPanel().catch((error) => log(`History: ${error.message}`, true));
+sensorPanel($('sensors'), view, log);
 refreshMap();
