@@ -3,21 +3,13 @@
 #include <algorithm>
 #include <cmath>
 
+#include "common/failure.h"
+
 namespace robocomm::console {
 
 namespace {
 
 double within(double value, double limit) { return std::isfinite(value) ? std::clamp(value, -limit, limit) : 0; }
-
-std::string failureText(const std::exception_ptr& failure) {
-    try {
-        std::rethrow_exception(failure);
-    } catch (const std::exception& error) {
-        return error.what();
-    } catch (...) {
-        return "the command did not reach the robot";
-    }
-}
 
 }  // namespace
 
@@ -124,7 +116,7 @@ void Teleop::settle(const Velocity& sent, std::exception_ptr failure) {
     lastFailed_ = failure != nullptr;
     if (failure) {
         taken_.reset();
-        reason_ = failureText(failure);
+        reason_ = tools::failureText(failure);
     } else {
         taken_ = sent;
     }
