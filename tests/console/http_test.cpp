@@ -23,6 +23,7 @@
 #include "console/http_api.h"
 #include "common/session.h"
 #include "console/robot_events.h"
+#include "unreachable_robot.h"
 
 namespace robocomm::console {
 namespace {
@@ -104,13 +105,6 @@ protected:
     }
     std::string host() const { return "Host: 127.0.0.1:" + std::to_string(port) + "\r\n"; }
     std::string bearer() const { return "Authorization: Bearer " + kToken + "\r\n"; }
-
-    static tools::LinkOptions unreachableRobot() {
-        tools::LinkOptions options;
-        options.port = 1;  // nothing listens there
-        options.timeout = 200ms;
-        return options;
-    }
 
     EventHub events;
     RobotEvents robotEvents{events, unreachableRobot()};

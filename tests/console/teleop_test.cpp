@@ -17,6 +17,7 @@
 #include "console/robot_events.h"
 #include "console/teleop.h"
 #include "console/teleop_api.h"
+#include "unreachable_robot.h"
 
 namespace robocomm::console {
 namespace {
@@ -284,13 +285,6 @@ protected:
         const std::string all = events.snapshot(cursor);
         const size_t at = all.find("event: teleop\n");
         return at == std::string::npos ? "" : all.substr(at, all.find("\n\n", at) - at);
-    }
-
-    static tools::LinkOptions unreachableRobot() {
-        tools::LinkOptions options;
-        options.port = 1;  // nothing listens there
-        options.timeout = 200ms;
-        return options;
     }
 
     EventHub events;
