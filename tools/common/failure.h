@@ -2,6 +2,7 @@
 // status that tells scripts what went wrong.
 #pragma once
 
+#include <exception>
 #include <stdexcept>
 #include <string>
 
@@ -25,6 +26,19 @@ public:
 private:
     Exit status_;
 };
+
+// What a failure handed on as an exception_ptr says: "" for none,
+// "the robot is unreachable: ..." for a Failure or another std::exception.
+inline std::string failureText(const std::exception_ptr& failure) {
+    if (!failure) return "";
+    try {
+        std::rethrow_exception(failure);
+    } catch (const std::exception& error) {
+        return error.what();
+    } catch (...) {
+        return "unknown failure";
+    }
+}
 
 // Set by the SIGINT handler; every wait on the robot gives up when it is set.
 bool interruptRequested();

@@ -10,7 +10,8 @@ namespace robocomm::console {
 
 namespace {
 
-// The largest bodies taken: a command's parameters are a short JSON array;
+// The largest bodies taken: a command's parameters are a short JSON array
+// (a velocity to drive by hand a short JSON object);
 // a firmware image is the robot's own limit (its memory).
 constexpr size_t kMaxParameters = 64u << 10;
 constexpr size_t kMaxImage = 64u << 20;
@@ -119,6 +120,7 @@ std::optional<BodyRule> bodyRule(const std::string& path) {
     if (path == "/api/ota") return BodyRule{"application/octet-stream", kMaxImage};
     if (path == "/api/map-edit") return BodyRule{"application/json", kMaxMapEdit};
     if (path == "/api/sensors/lease") return BodyRule{"application/json", kMaxParameters};
+    if (path == "/api/teleop") return BodyRule{"application/json", kMaxParameters};
     return std::nullopt;
 }
 

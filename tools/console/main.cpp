@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "common/broker_options.h"
+#include "common/json_text.h"
 #include "common/link_options.h"
 #include "common/tool_main.h"
 #include "console/access.h"
@@ -25,6 +26,7 @@
 #include "console/readings_api.h"
 #include "console/robot_events.h"
 #include "console/sensors.h"
+#include "console/teleop_api.h"
 
 using namespace robocomm;
 using namespace robocomm::console;
@@ -51,6 +53,10 @@ options (--opt VALUE or --opt=VALUE):
   --labels FILE            names and severities of the robot's codes (robot-codes.json layout), over the built-in ones
   --state-dir DIR          where the console keeps the last map edit per robot
                            (default $STATE_DIRECTORY, $XDG_STATE_HOME/robocomm-console or ~/.local/state/robocomm-console)
+  --max-linear M/S         the fastest the operator drives by hand, forward or back (default )" +
+                           numberText(kDefaultMaxLinear) + R"()
+  --max-angular RAD/S      the fastest the operator turns by hand (default )" +
+                           numberText(kDefaultMaxAngular) + R"()
   -h, --help               this text
   --version                the console's library version
 
@@ -70,6 +76,7 @@ struct Settings {
     std::vector<std::string> allowedHosts;
     RobotCodes codes = RobotCodes::builtIn();
     std::string stateFolder = defaultStateFolder();
+    TeleopLimits teleop;
     bool help = false;
     bool version = false;
 };
@@ -122,6 +129,8 @@ Settings parse(int argc, char** argv) {
         else if (arg == "--allow-host") s.allowedHosts.push_back(value());
         else if (arg == "--labels") s.codes.applyFile(value());
         else if (arg == "--state-dir") s.stateFolder = value();
+        else if (arg == "--max-linear") s.teleop.linear = positiveNumber(kTool, arg, value());
+        else if (arg == "--max-angular") s.teleop.angular = positiveNumber(kTool, arg, value());
         else if (arg == "--fleet") {
             setBrokerAddress(kTool, arg, value(), s.broker);
             s.fleet = true;
@@ -182,6 +191,8 @@ struct Served {
     std::unique_ptr<OperatorState> operatorState;
     std::unique_ptr<FleetWatch> fleet;
     std::string subject;  // "robot HOST port PORT"
+    // Last, so that it goes first and its zero still finds the session.
+    std::unique_ptr<TeleopDesk> teleop;
 };
 
 Served serveRobot(const Settings& s, httplib::Server& server, EventHub& events, const AccessRules& rules) {
@@ -197,6 +208,8 @@ Served serveRobot(const Settings& s, httplib::Server& server, EventHub& events, 
     served.mapEdits = std::make_unique<MapEditStore>(s.stateFolder, s.link);
     served.operatorState = std::make_unique<OperatorState>(OperatorState{s.codes, *served.mapEdits});
     serveOperator(server, *served.session, *served.operatorState);
+    served.teleop = std::make_unique<TeleopDesk>(*served.session, events, s.teleop);
+    served.teleop->serve(server);
     served.subject = "robot " + s.link.host + " port " + std::to_string(s.link.port);
     return served;
 }

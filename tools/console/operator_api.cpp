@@ -6,6 +6,7 @@
 #include "common/json_text.h"
 #include "common/session.h"
 #include "common/vocabulary.h"
+#include "console/parameters.h"
 #include "console/replies.h"
 
 namespace robocomm::console {
@@ -14,15 +15,8 @@ using namespace robocomm::tools;
 
 namespace {
 
-Json::Value bodyDocument(const std::string& body) {
-    Json::Value document;
-    std::string errors;
-    if (!parseJson(body, document, errors)) throw Failure(Exit::Usage, "the body is not a JSON document: " + errors);
-    return document;
-}
-
 void sendMapEdit(Session& session, MapEditStore& store, const httplib::Request& req, httplib::Response& res) {
-    const std::string request = mapEditRequest(bodyDocument(req.body), session.options());
+    const std::string request = mapEditRequest(jsonBody(req.body), session.options());
     const Json::Value answer = session.request(findByCode(kMapEditCode), request);
     if (refused(answer)) {
         Json::Value body;

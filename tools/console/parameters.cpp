@@ -38,4 +38,11 @@ std::string commandDocument(const CommandSpec& command, const std::string& body)
     return requestDocument(command, words);
 }
 
+Json::Value jsonBody(const std::string& body) {
+    Json::Value document;
+    std::string errors;
+    if (!parseJson(body, document, errors)) throw Failure(Exit::Usage, "the body is not a JSON document: " + errors);
+    return document;
+}
+
 }  // namespace robocomm::console

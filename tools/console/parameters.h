@@ -1,6 +1,8 @@
-// A command's parameters as the console's API takes them: a JSON array in
-// the body, `[2.5, 0.8, 0]` for set target-position.
+// Bodies as the console's API takes them: a command's parameters as a JSON
+// array (`[2.5, 0.8, 0]` for set target-position), other routes' documents.
 #pragma once
+
+#include <json/value.h>
 
 #include <string>
 
@@ -12,5 +14,9 @@ namespace robocomm::console {
 // empty body is no parameters). Throws Failure(Usage) with the reason for
 // anything else: not an array, a parameter of the wrong kind or count.
 std::string commandDocument(const CommandSpec& command, const std::string& body);
+
+// A route's body as one JSON document. Throws Failure(Usage) with the
+// reader's errors for anything else.
+Json::Value jsonBody(const std::string& body);
 
 }  // namespace robocomm::console

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cmath>
 #include <fstream>
+#include <sstream>
 
 #include "map_edit_record.h"
 
@@ -250,9 +251,11 @@ bool motorManualRpm(Robot& r) {
     return true;
 }
 
-bool motorManualVw(Robot& r) {
+// Leaves the speeds it was told on the command's line of the record.
+bool motorManualVw(Robot& r, std::ostream& told) {
     double vw[2];
     if (!reqSetMotorManual_VW(vw)) return false;
+    told << ' ' << vw[0] << ' ' << vw[1];
     const bool ok = std::fabs(vw[0]) <= kMaxSpeed;
     if (ok) r.driveManually(vw[0], vw[1]);
     resSetMotorManual_VW(ok);
@@ -400,7 +403,6 @@ struct Parameterised {
 const Parameterised kParameterised[] = {
     {"set max-driving-speed", maxDrivingSpeed},
     {"set motor-manual-rpm", motorManualRpm},
-    {"set motor-manual-vw", motorManualVw},
     {"set target-position", targetPosition},
     {"set driving", driving},
     {"set mapping", mapping},
@@ -425,6 +427,17 @@ const Parameterised kParameterised[] = {
     {"get target-position-calculate", travelEstimate},
 };
 
+// Commands recorded with the values they carried, so that what the robot
+// was told can be judged from its side: "set motor-manual-vw 0.3 -0.5".
+struct Recorded {
+    const char* name;
+    bool (*serve)(Robot&, std::ostream& told);
+};
+
+const Recorded kRecorded[] = {
+    {"set motor-manual-vw", motorManualVw},
+};
+
 }  // namespace
 
 int serveMailboxes(Robot& robot, std::ostream& record) {
@@ -443,6 +456,12 @@ int serveMailboxes(Robot& robot, std::ostream& record) {
     for (const Parameterised& command : kParameterised) {
         if (!command.serve(robot)) continue;
         record << command.name << std::endl;
+        ++served;
+    }
+    for (const Recorded& command : kRecorded) {
+        std::ostringstream told;
+        if (!command.serve(robot, told)) continue;
+        record << command.name << told.str() << std::endl;
         ++served;
     }
     return served;

@@ -11,7 +11,8 @@ namespace demo {
 // Polls every mailbox once, acts and answers. Returns how many commands
 // were served. Each command that acts (every one but the gets without
 // parameters, which the console polls all the time) leaves its name on a
-// line of `record` as it comes: "set target-position".
+// line of `record` as it comes: "set target-position"; a manual drive with
+// the speeds it was told: "set motor-manual-vw 0.3 -0.5".
 int serveMailboxes(Robot& robot, std::ostream& record);
 
 // Takes the client's acknowledgement of the error push (code 100), and

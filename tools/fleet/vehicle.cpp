@@ -3,6 +3,7 @@
 #include <iostream>
 
 #include "common/exchange.h"
+#include "common/failure.h"
 #include "common/json_text.h"
 #include "common/vocabulary.h"
 #include "fleet/documents.h"
@@ -28,21 +29,6 @@ SessionPlan fleetPlan() {
     plan.reconnectPauseLimit = Millis(30000);
     return plan;
 }
-
-namespace {
-
-std::string failureText(std::exception_ptr failure) {
-    if (!failure) return "";
-    try {
-        std::rethrow_exception(failure);
-    } catch (const std::exception& error) {
-        return error.what();
-    } catch (...) {
-        return "unknown failure";
-    }
-}
-
-}  // namespace
 
 Vehicle::Vehicle(const VehicleSettings& settings, const RobotCodes& codes)
     : settings_(settings),

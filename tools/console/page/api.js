@@ -52,6 +52,14 @@ export async function renewSensorLease() {
   return answer(await fetch('api/sensors/lease', { method: 'POST', headers, body: '{}' }));
 }
 
+// Driving by hand: {linear, angular} in m/s and rad/s, or zero with the
+// reason the page let go. keepalive: the zero a closing page sends still
+// reaches the console.
+export async function teleop(body) {
+  const headers = { 'Content-Type': 'application/json' };
+  return answer(await fetch('api/teleop', { method: 'POST', headers, body: JSON.stringify(body), keepalive: true }));
+}
+
 export async function uploadFirmware(file) {
   const headers = { 'Content-Type': 'application/octet-stream' };
   return answer(await fetch('api/ota', { method: 'POST', headers, body: file }));

@@ -7,6 +7,7 @@ import { label, loadLabels, showLabel } from './labels.js';
 import { mapEditPanel } from './map_edit_panel.js';
 import { plotEvents, plotPanel } from './plots.js';
 import { sensorEvents, sensorPanel } from './sensors.js';
+import { teleopPad } from './teleop.js';
 
 const $ = (id) => document.getElementById(id);
 // How often the map image is fetched again while the link is up.
@@ -113,6 +114,11 @@ function showErrors(list) {
   $('acknowledge').disabled = errors.length === 0;
 }
 
+const pad = teleopPad(
+  { pad: $('teleop-pad'), knob: $('teleop-knob'), state: $('teleop-state'), limits: $('teleop-limits'), keyboard: $('map') },
+  log,
+);
+
 // Names first, so that the first codes the stream brings are shown with them.
 await loadLabels().catch((error) => log(`Labels: ${error.message}`, true));
 subscribe(
@@ -141,9 +147,14 @@ subscribe(
     log: ({ got, total }) => ($('log-state').textContent = `${Math.floor((got * 100) / total)} % received`),
     ...plotEvents,
     ...sensorEvents,
+    teleop: pad.show,
   },
   // Until the stream is back the page says so; the console then sends the link state anew.
-  () => showLink({ state: 'console' }),
+  // Driving blind is no driving: the pad lets go.
+  () => {
+    showLink({ state: 'console' });
+    pad.streamLost();
+  },
 );
 
 $('emergency-stop').addEventListener('click', () => order('Emergency stop', 'set/emergency-stop'));
