@@ -153,9 +153,14 @@ void runControlLoop(demo::Robot& robot, std::ostream& record) {
     demo::Outbox outbox;
     auto last = Clock::now();
     auto lastContact = last - kClientPresence;
+    auto tick = last;
     while (!stopRequested) {
-        std::this_thread::sleep_for(kTick);
+        // A fixed rate: a tick that came late (a busy machine) shortens the
+        // next sleep instead of delaying every later tick.
+        tick += kTick;
+        std::this_thread::sleep_until(tick);
         const auto now = Clock::now();
+        if (now - tick > kTick) tick = now;  // far behind (the machine slept): start afresh
         robot.step(std::chrono::duration<double>(now - last).count());
         last = now;
         if (demo::serveMailboxes(robot, record, outbox) > 0) lastContact = now;
