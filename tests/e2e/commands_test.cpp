@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <map>
+#include <random>
 
 #include "e2e/processes.h"
 #include "intake/command_table.h"
@@ -162,14 +163,35 @@ TEST_F(RobotTest, StreamsAFirmwareImageThatTheRobotVerifies) {
         << host.output();
 }
 
-TEST_F(RobotTest, FetchesTheLogBundle) {
-    robotest::TempDir folder;
+// Fetches the log bundle with the client, checks the digest it reports and
+// unpacks the archive into `folder` (its logs/ folder).
+void fetchLogBundle(const robotest::TempDir& folder) {
     const std::string archive = folder.path() + "/logs.tar.gz";
     const ClientRun run = runClient({"--json", "log", archive});
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(parseJson(run.out)["sha256"], calculateSHA256(fileText(archive))) << run.out;
     ASSERT_EQ(std::system(("tar -xzf '" + archive + "' -C '" + folder.path() + "'").c_str()), 0);
+}
+
+TEST_F(RobotTest, FetchesTheLogBundle) {
+    robotest::TempDir folder;
+    ASSERT_NO_FATAL_FAILURE(fetchLogBundle(folder));
     EXPECT_EQ(fileText(folder.path() + "/logs/robot.log").rfind("demo robot log", 0), 0u);
+}
+
+// The bundle's packets after the first carry no header, so a push sent
+// between them would corrupt it. With an error open and the client present
+// the robot pushes every second, while a bundle of incompressible bytes
+// streams for about 1.5 s.
+TEST_F(RobotTest, KeepsTheLogBundleWholeWhileItPushesErrors) {
+    std::string noise(20000, '\0');
+    std::mt19937 random(18);
+    for (char& byte : noise) byte = static_cast<char>(random());
+    std::ofstream(host.runFolder() + "/logs/noise.bin", std::ios::binary) << noise;
+    ASSERT_EQ(runClient({"set", "emergency-stop"}).status, 0);
+    robotest::TempDir folder;
+    ASSERT_NO_FATAL_FAILURE(fetchLogBundle(folder));
+    EXPECT_EQ(fileText(folder.path() + "/logs/noise.bin"), noise);
 }
 
 }  // namespace

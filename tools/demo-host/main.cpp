@@ -145,6 +145,29 @@ void redirectLibraryOutput(const std::string& logPath) {
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
 }
 
+// The robot's 20 ms loop until Ctrl-C or SIGTERM. Its answers and pushes
+// leave through the outbox, so that no send holds the loop; the outbox ends
+// with the loop, before the server stops, so the answer under way is sent whole.
+void runControlLoop(demo::Robot& robot, std::ostream& record) {
+    using Clock = std::chrono::steady_clock;
+    demo::Outbox outbox;
+    auto last = Clock::now();
+    auto lastContact = last - kClientPresence;
+    auto tick = last;
+    while (!stopRequested) {
+        // A fixed rate: a tick that came late (a busy machine) shortens the
+        // next sleep instead of delaying every later tick.
+        tick += kTick;
+        std::this_thread::sleep_until(tick);
+        const auto now = Clock::now();
+        if (now - tick > kTick) tick = now;  // far behind (the machine slept): start afresh
+        robot.step(std::chrono::duration<double>(now - last).count());
+        last = now;
+        if (demo::serveMailboxes(robot, record, outbox) > 0) lastContact = now;
+        demo::serveErrorPushes(robot, now - lastContact < kClientPresence, outbox);
+    }
+}
+
 }  // namespace
 
 namespace demo {
@@ -246,18 +269,7 @@ int main(int argc, char** argv) {
               (options.plain ? "off" : "on") + "; run folder " + options.runFolder + ", library log " +
               options.runFolder + "/robocomm.log");
 
-    using Clock = std::chrono::steady_clock;
-    auto last = Clock::now();
-    auto lastContact = last - kClientPresence;
-    while (!stopRequested) {
-        std::this_thread::sleep_for(kTick);
-        const auto now = Clock::now();
-        robot.step(std::chrono::duration<double>(now - last).count());
-        last = now;
-        if (demo::serveMailboxes(robot, record) > 0) lastContact = now;
-        demo::serveErrorPushes(robot, now - lastContact < kClientPresence);
-    }
-
+    runControlLoop(robot, record);
     stop_server();
     demo::say("demo host: stopped");
     return 0;

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <fstream>
 #include <sstream>
+#include <utility>
 
 #include "map_edit_record.h"
 
@@ -17,6 +18,10 @@ constexpr double kDesignCapacity = 5.2;  // Ah
 constexpr double kMaxSpeed = 1.5;      // m/s, the fastest the base may be told to go
 constexpr char kBatterySerial[] = "BAT-DEMO-01";
 constexpr auto kPushEvery = std::chrono::seconds(1);
+// An entry of the pushed error list takes under 80 bytes of the document,
+// under 110 enciphered and encoded: this many fit one 32 KiB frame with room
+// to spare. A longer list may take several frames and goes out alone.
+constexpr size_t kErrorsInOneFrame = 200;
 
 // ---- Readings derived from the model ----
 
@@ -58,12 +63,16 @@ std::vector<int> tofDistances(double clearance) {
 
 // ---- Get commands without parameters: poll, then answer from the model ----
 
+// Each answer is made from a copy of the robot as it was when its command
+// was polled: the outbox's thread sends it later.
 struct Answer {
     uint8_t (*poll)();
-    void (*send)(Robot&);
+    void (*send)(const Robot&);
+    // An answer of several frames (a map, the log bundle): see Outbox::answerAlone.
+    bool alone = false;
 };
 
-void sendBattery(Robot& r) {
+void sendBattery(const Robot& r) {
     const Battery b = battery(r);
     // chargeState, capacity (which this answer drops), designCapacity, percentage,
     // supplyStatus (1 charging, 2 discharging), supplyHealth (1 good),
@@ -72,7 +81,7 @@ void sendBattery(Robot& r) {
                         r.charging ? 1 : 2, 1, 2, 1, b.voltage / 4, b.temperature, 0, kBatterySerial);
 }
 
-void sendBatteryV2(Robot& r) {
+void sendBatteryV2(const Robot& r) {
     const Battery b = battery(r);
     const int cell = static_cast<int>(b.voltage / 4 * 1000);  // mV
     resGetBatteryStatusV2(cell, cell - 3, cell + 2, cell - 1, cell, 5200, static_cast<int>(b.remaining * 1000), 7,
@@ -80,7 +89,7 @@ void sendBatteryV2(Robot& r) {
                           static_cast<int>(b.temperature) + 1, 5200, 112);
 }
 
-void sendAllStatus(Robot& r) {
+void sendAllStatus(const Robot& r) {
     const Wheels s = wheels(r);
     const Battery b = battery(r);
     resGetAllStatus(r.lidarOn, r.lidarOn,                                                 // lidar
@@ -95,7 +104,7 @@ void sendAllStatus(Robot& r) {
                     r.charging ? 1 : 2, 1, 2, 1, b.voltage / 4, b.temperature, 0, kBatterySerial);
 }
 
-void sendAllStatusV2(Robot& r) {
+void sendAllStatusV2(const Robot& r) {
     const Wheels s = wheels(r);
     const Battery b = battery(r);
     const double cell = b.voltage / 4 * 1000;
@@ -109,85 +118,88 @@ void sendAllStatusV2(Robot& r) {
                       b.current, b.temperature, b.temperature + 1, 5200, 112);
 }
 
-void sendNotification(Robot& r) {
+void sendNotification(const Robot& r) {
     if (r.emergencyStop) return resGetNotification(2, "emergency stop pressed");
     if (r.battery < Robot::kLowBattery) return resGetNotification(1, "battery low, please dock");
     resGetNotification(0, "all systems normal");
 }
 
 const Answer kAnswers[] = {
-    {reqGetPosition, [](Robot& r) { resGetPosition(r.pose.x, r.pose.y, r.pose.theta); }},
-    {reqGetLidarSensorStatus, [](Robot& r) { resGetLidarSensorStatus(r.lidarOn, r.lidarOn); }},
+    {reqGetPosition, [](const Robot& r) { resGetPosition(r.pose.x, r.pose.y, r.pose.theta); }},
+    {reqGetLidarSensorStatus, [](const Robot& r) { resGetLidarSensorStatus(r.lidarOn, r.lidarOn); }},
     {reqGetMotorStatus,
-     [](Robot& r) {
+     [](const Robot& r) {
          const Wheels s = wheels(r);
          resGetMotorStatus(s.left, s.right, motorCurrent(s.left) * 12, motorCurrent(s.right) * 12, 0, 0);
      }},
-    {reqGetCameraStatus, [](Robot&) { resGetCameraStatus(1); }},
-    {reqGetLineLaserStatus, [](Robot& r) { resGetLineLaserStatus(r.clearanceAhead(), r.clearanceBehind()); }},
-    {reqGetTofStatus, [](Robot& r) { resGetTofStatus(1, r.clearanceAhead() * 1000, 1, r.clearanceBehind() * 1000, 1, 2500); }},
+    {reqGetCameraStatus, [](const Robot&) { resGetCameraStatus(1); }},
+    {reqGetLineLaserStatus, [](const Robot& r) { resGetLineLaserStatus(r.clearanceAhead(), r.clearanceBehind()); }},
+    {reqGetTofStatus, [](const Robot& r) { resGetTofStatus(1, r.clearanceAhead() * 1000, 1, r.clearanceBehind() * 1000, 1, 2500); }},
     {reqGetIRStatus,
-     [](Robot& r) {
+     [](const Robot& r) {
          resGetIRStatus(false, false, false, false, false, false, atStation(r), atStation(r), r.docked, r.docked);
      }},
     {reqGetSonicStatus,
-     [](Robot& r) { resGetSonicStatus(1, r.clearanceAhead() < 0.3, 1, r.clearanceBehind() < 0.3); }},
+     [](const Robot& r) { resGetSonicStatus(1, r.clearanceAhead() < 0.3, 1, r.clearanceBehind() < 0.3); }},
     {reqGetBatteryStatus, sendBattery},
     {reqGetSoftwareVersion,
-     [](Robot&) {
+     [](const Robot&) {
          std::string library;
          APIGetVersion(library);
          resGetSoftwareVersion("demo-host 1.0 (robocomm " + library + ")");
      }},
-    {reqGetRobotInfo, [](Robot& r) { resGetRobotInfo(r.serial, robotStatus(r)); }},
-    {reqGetErrorList, [](Robot& r) { resGetErrorList(r.errors); }},
-    {reqGetTargetPosition, [](Robot& r) { resGetTargetPosition(r.target.x, r.target.y, r.target.theta); }},
-    {reqGetMapStatus, [](Robot& r) { resGetMapStatus(r.mapping, r.mapping ? "mapping" : "map ready"); }},
+    {reqGetRobotInfo, [](const Robot& r) { resGetRobotInfo(r.serial, robotStatus(r)); }},
+    {reqGetErrorList, [](const Robot& r) { resGetErrorList(r.errors); }},
+    {reqGetTargetPosition, [](const Robot& r) { resGetTargetPosition(r.target.x, r.target.y, r.target.theta); }},
+    {reqGetMapStatus, [](const Robot& r) { resGetMapStatus(r.mapping, r.mapping ? "mapping" : "map ready"); }},
     {reqGetMapData,
-     [](Robot& r) {
+     [](const Robot& r) {
          const std::string image = r.mapImage();
          resGetMapDataB(reinterpret_cast<const unsigned char*>(image.data()), image.size(), Robot::kMapCells,
                         Robot::kMapCells, Robot::kCellSize, 0, 0);
-     }},
-    {reqGetLidarData, [](Robot& r) { resGetLidarData(r.clearanceAhead(), r.clearanceBehind()); }},
+     },
+     true},
+    {reqGetLidarData, [](const Robot& r) { resGetLidarData(r.clearanceAhead(), r.clearanceBehind()); }},
     {reqGetModifiedMapData,
-     [](Robot& r) {
+     [](const Robot& r) {
          const ModifiedMapDataB_t& map = r.modifiedMap;
          resGetModifiedMapDataB(map.data.data(), map.data.size(), map.width, map.height);
-     }},
-    {reqGetRobotSpeed, [](Robot& r) { resGetRobotSpeed(r.v, r.w); }},
-    {reqGetRobotStatus, [](Robot& r) { resGetRobotStatus(robotStatus(r)); }},
-    {reqGetActionStatus, [](Robot& r) { resGetActionStatus(static_cast<int>(r.motion)); }},
+     },
+     true},
+    {reqGetRobotSpeed, [](const Robot& r) { resGetRobotSpeed(r.v, r.w); }},
+    {reqGetRobotStatus, [](const Robot& r) { resGetRobotStatus(robotStatus(r)); }},
+    {reqGetActionStatus, [](const Robot& r) { resGetActionStatus(static_cast<int>(r.motion)); }},
     {reqGetNotification, sendNotification},
     {reqGetLogData,
-     [](Robot& r) {
+     [](const Robot& r) {
          r.writeLog();
          resGetLogData(r.logFolder);  // packs the folder with tar and streams it
-     }},
-    {reqGetDockingStatus, [](Robot& r) { resGetDockingStatus(dockingState(r)); }},
+     },
+     true},
+    {reqGetDockingStatus, [](const Robot& r) { resGetDockingStatus(dockingState(r)); }},
     {reqGetMotorStatusV2,
-     [](Robot& r) {
+     [](const Robot& r) {
          const Wheels s = wheels(r);
          resGetMotorStatusV2(rpm(s.left), rpm(s.right), motorCurrent(s.left), motorCurrent(s.right), 1, 1);
      }},
-    {reqGetRecvIRStatus, [](Robot& r) { resGetRecvIRStatus(atStation(r), atStation(r), r.docked, r.docked); }},
-    {reqGetCliffIRStatus, [](Robot&) { resGetCliffIRStatus(false, false, false, false, false, false); }},
-    {reqGetCameraStatusV2, [](Robot&) { resGetCameraStatusV2(1, cameraObjects()); }},
-    {reqGetLineLaserStatusV2, [](Robot& r) { resGetLineLaserStatusV2(1, lineLaserPoints(r)); }},
+    {reqGetRecvIRStatus, [](const Robot& r) { resGetRecvIRStatus(atStation(r), atStation(r), r.docked, r.docked); }},
+    {reqGetCliffIRStatus, [](const Robot&) { resGetCliffIRStatus(false, false, false, false, false, false); }},
+    {reqGetCameraStatusV2, [](const Robot&) { resGetCameraStatusV2(1, cameraObjects()); }},
+    {reqGetLineLaserStatusV2, [](const Robot& r) { resGetLineLaserStatusV2(1, lineLaserPoints(r)); }},
     {reqGetTofStatusV2,
-     [](Robot& r) {
+     [](const Robot& r) {
          resGetTofStatusV2(1, tofDistances(r.clearanceAhead()), 1, tofDistances(r.clearanceBehind()), 1, 2500);
      }},
     {reqGetBatteryStatusV2, sendBatteryV2},
     {reqGetAllStatus, sendAllStatus},
     {reqGetAllMovingInfo,
-     [](Robot& r) {
+     [](const Robot& r) {
          resGetAllMovingInfo(static_cast<int>(r.motion), r.pose.x, r.pose.y, r.pose.theta, r.target.x, r.target.y,
                              r.target.theta);
      }},
     {reqGetAllStatusV2, sendAllStatusV2},
     {reqGetAllMovingInfoV2,
-     [](Robot& r) {
+     [](const Robot& r) {
          resGetAllMovingInfoV2(static_cast<int>(r.motion), true, r.pose.x, r.pose.y, r.pose.theta,
                                r.motion != Motion::Idle, r.target.x, r.target.y, r.target.theta);
      }},
@@ -232,172 +244,159 @@ const Order kOrders[] = {
 
 // ---- Commands with parameters: each poll hands them over in its own shape ----
 
-bool maxDrivingSpeed(Robot& r) {
-    double speed = 0;
-    if (!reqSetMaxDrivingSpeed(&speed)) return false;
-    const bool ok = speed > 0 && speed <= kMaxSpeed;
-    if (ok) r.maxSpeed = speed;
-    resSetMaxDrivingSpeed(ok);
-    return true;
+// The answer of a set command: whether it was taken.
+Reply result(void (*answer)(bool), bool ok) {
+    return [answer, ok] { answer(ok); };
 }
 
-bool motorManualRpm(Robot& r) {
+Reply maxDrivingSpeed(Robot& r) {
+    double speed = 0;
+    if (!reqSetMaxDrivingSpeed(&speed)) return {};
+    const bool ok = speed > 0 && speed <= kMaxSpeed;
+    if (ok) r.maxSpeed = speed;
+    return result(resSetMaxDrivingSpeed, ok);
+}
+
+Reply motorManualRpm(Robot& r) {
     int32_t rpms[2];
-    if (!reqSetMotorManual_RPM(rpms)) return false;
+    if (!reqSetMotorManual_RPM(rpms)) return {};
     const double left = rpms[0] * 2 * M_PI * kWheelRadius / 60;
     const double right = rpms[1] * 2 * M_PI * kWheelRadius / 60;
     r.driveManually((left + right) / 2, (right - left) / kWheelBase);
-    resSetMotorManual_RPM(true);
-    return true;
+    return result(resSetMotorManual_RPM, true);
 }
 
 // Leaves the speeds it was told on the command's line of the record.
-bool motorManualVw(Robot& r, std::ostream& told) {
+Reply motorManualVw(Robot& r, std::ostream& told) {
     double vw[2];
-    if (!reqSetMotorManual_VW(vw)) return false;
+    if (!reqSetMotorManual_VW(vw)) return {};
     told << ' ' << vw[0] << ' ' << vw[1];
     const bool ok = std::fabs(vw[0]) <= kMaxSpeed;
     if (ok) r.driveManually(vw[0], vw[1]);
-    resSetMotorManual_VW(ok);
-    return true;
+    return result(resSetMotorManual_VW, ok);
 }
 
-bool targetPosition(Robot& r) {
+Reply targetPosition(Robot& r) {
     double pose[3];
-    if (!reqSetTargetPosition(pose)) return false;
-    resSetTargetPosition(r.driveTo({pose[0], pose[1], pose[2]}));
-    return true;
+    if (!reqSetTargetPosition(pose)) return {};
+    return result(resSetTargetPosition, r.driveTo({pose[0], pose[1], pose[2]}));
 }
 
-bool driving(Robot& r) {
+Reply driving(Robot& r) {
     int32_t set = 0;
-    if (!reqSetDriving(&set)) return false;
+    if (!reqSetDriving(&set)) return {};
     const bool ok = set == 0 || set == 1;
     if (ok) r.drivingEnabled = set == 1;
-    resSetDriving(ok);
-    return true;
+    return result(resSetDriving, ok);
 }
 
-bool mapping(Robot& r) {
+Reply mapping(Robot& r) {
     int32_t set = 0;
-    if (!reqSetMapping(&set)) return false;
+    if (!reqSetMapping(&set)) return {};
     r.mapping = set != 0;
     r.note(r.mapping ? "mapping started" : "mapping stopped");
-    resSetMapping(true);
-    return true;
+    return result(resSetMapping, true);
 }
 
-bool modifiedMap(Robot& r) {
-    if (!reqSetModifiedMapDataB(&r.modifiedMap)) return false;
+Reply modifiedMap(Robot& r) {
+    if (!reqSetModifiedMapDataB(&r.modifiedMap)) return {};
     r.note("modified map of " + std::to_string(r.modifiedMap.data.size()) + " bytes stored");
-    resSetModifiedMapData(true);
-    return true;
+    return result(resSetModifiedMapData, true);
 }
 
-bool rotation(Robot& r) {
+Reply rotation(Robot& r) {
     Rotation_t turn{};
-    if (!reqSetRotation(&turn)) return false;
+    if (!reqSetRotation(&turn)) return {};
     // Type 0 turns by the angle, type 1 turns to it.
     const bool ok = turn.type == 0 || turn.type == 1;
     if (ok) r.pose.theta = std::remainder((turn.type == 0 ? r.pose.theta : 0) + turn.radian, 2 * M_PI);
-    resSetRotation(ok);
-    return true;
+    return result(resSetRotation, ok);
 }
 
 // Codes 70 (a map as base64) and 72 (no data) raise the same mailbox; an
 // empty map tells the host which of the two came.
-bool integrationMap(Robot& r) {
+Reply integrationMap(Robot& r) {
     std::vector<unsigned char> map;
-    if (!reqSetIntegrationModifiedMapDataB(&map)) return false;
-    if (map.empty()) {
-        resSetByPassTwoData(true);
-        return true;
-    }
+    if (!reqSetIntegrationModifiedMapDataB(&map)) return {};
+    if (map.empty()) return result(resSetByPassTwoData, true);
     r.note("integration map of " + std::to_string(map.size()) + " bytes received");
-    resSetIntegrationModifiedMapData(true);
-    return true;
+    return result(resSetIntegrationModifiedMapData, true);
 }
 
 // The library has already stored the document in mapEditFilePath.
-bool mapEdit(Robot& r) {
-    if (!reqSetByPassOneData(&r.mapEdit)) return false;
+Reply mapEdit(Robot& r) {
+    if (!reqSetByPassOneData(&r.mapEdit)) return {};
     r.note("map edit " + r.mapEdit.uid + ": " + std::to_string(r.mapEdit.room_list.size()) + " rooms");
     std::ofstream(r.logFolder + "/map-edit-record.txt") << mapEditRecordText(r.mapEdit);
-    resSetByPassOneData(true);
-    return true;
+    return result(resSetByPassOneData, true);
 }
 
-bool pgmMap(Robot& r) {
+Reply pgmMap(Robot& r) {
     PGMMapDataB_t map{};
-    if (!reqSetPGMMapData(&map)) return false;
+    if (!reqSetPGMMapData(&map)) return {};
     r.note("map " + map.name + (map.checksumOk ? " received" : " rejected: checksum mismatch"));
-    resSetPGMMapData(map.checksumOk);
-    return true;
+    return result(resSetPGMMapData, map.checksumOk);
 }
 
 // Commands whose parameter the robot only keeps.
 template <typename T>
-bool keep(T& field, uint8_t (*poll)(T*), void (*answer)(bool)) {
-    if (!poll(&field)) return false;
-    answer(true);
-    return true;
+Reply keep(T& field, uint8_t (*poll)(T*), void (*answer)(bool)) {
+    if (!poll(&field)) return {};
+    return result(answer, true);
 }
 
-bool stationRepositioning(Robot& r) {
+Reply stationRepositioning(Robot& r) {
     double pose[3];
-    if (!reqSetStationRepositioning(pose)) return false;
+    if (!reqSetStationRepositioning(pose)) return {};
     const bool ok = insideRoom(pose[0], pose[1]);
     if (ok) r.station = {pose[0], pose[1], pose[2]};
-    resSetStationRepositioningIdx(ok);
-    return true;
+    return result(resSetStationRepositioningIdx, ok);
 }
 
-bool firmwareAnnouncement(Robot& r) {
-    if (!reqSetOTA(&r.announcedFirmware)) return false;
+Reply firmwareAnnouncement(Robot& r) {
+    if (!reqSetOTA(&r.announcedFirmware)) return {};
     r.note("firmware of " + std::to_string(r.announcedFirmware.size) + " bytes announced");
-    resSetOTA(true);
-    return true;
+    return result(resSetOTA, true);
 }
 
 // A streamed image (or an OTAdata command whose checksum passed): check the
 // image against the digest it came with before using it.
-bool firmwareImage(Robot& r) {
+Reply firmwareImage(Robot& r) {
     otadataB_t image;
-    if (!reqSetOTAdata(&image)) return false;
+    if (!reqSetOTAdata(&image)) return {};
     const bool valid = validateOTAData(image);
     r.note("firmware image of " + std::to_string(image.data.size()) + " bytes " + (valid ? "verified" : "REJECTED"));
-    resSetResult(81, valid);  // code 81 has no answer function of its own
-    return true;
+    return [valid] { resSetResult(81, valid); };  // code 81 has no answer function of its own
 }
 
-bool dockingState(Robot& r) {
+Reply dockingState(Robot& r) {
     int32_t set = 0;
-    if (!reqSetDockingState(&set)) return false;
+    if (!reqSetDockingState(&set)) return {};
     if (set != 0) r.returnToStation();
     else r.docked = r.charging = false;
-    resSetDockingState(true);
-    return true;
+    return result(resSetDockingState, true);
 }
 
 // Two get commands carry parameters too.
-bool aiCalibration(Robot& r) {
-    if (!reqGetAICalibration(&r.aiCalibration)) return false;
-    resGetAICalibration(1);  // 1: calibrated
-    return true;
+Reply aiCalibration(Robot& r) {
+    if (!reqGetAICalibration(&r.aiCalibration)) return {};
+    return [] { resGetAICalibration(1); };  // 1: calibrated
 }
 
-bool travelEstimate(Robot& r) {
+Reply travelEstimate(Robot& r) {
     double unused[3];  // the library always hands over zeros here
-    if (!reqGetTargetPositionCalculate(unused)) return false;
+    if (!reqGetTargetPositionCalculate(unused)) return {};
     const double distance = r.distanceToTarget();
-    resGetTargetPositionCalculate(distance / r.maxSpeed, distance, r.target.x, r.target.y, r.target.theta);
-    return true;
+    return [distance, time = distance / r.maxSpeed, target = r.target] {
+        resGetTargetPositionCalculate(time, distance, target.x, target.y, target.theta);
+    };
 }
 
-// A command with parameters, served when its mailbox held one.
+// A command with parameters: when its mailbox held one, acts and gives
+// the answer to send; an empty Reply otherwise.
 struct Parameterised {
     const char* name;  // as the client names it
-    bool (*serve)(Robot&);
+    Reply (*serve)(Robot&);
 };
 
 const Parameterised kParameterised[] = {
@@ -431,7 +430,7 @@ const Parameterised kParameterised[] = {
 // was told can be judged from its side: "set motor-manual-vw 0.3 -0.5".
 struct Recorded {
     const char* name;
-    bool (*serve)(Robot&, std::ostream& told);
+    Reply (*serve)(Robot&, std::ostream& told);
 };
 
 const Recorded kRecorded[] = {
@@ -440,34 +439,39 @@ const Recorded kRecorded[] = {
 
 }  // namespace
 
-int serveMailboxes(Robot& robot, std::ostream& record) {
+int serveMailboxes(Robot& robot, std::ostream& record, Outbox& outbox) {
     int served = 0;
     for (const Answer& answer : kAnswers) {
         if (!answer.poll()) continue;
-        answer.send(robot);
+        Reply reply = [send = answer.send, snapshot = robot] { send(snapshot); };
+        answer.alone ? outbox.answerAlone(std::move(reply)) : outbox.answer(std::move(reply));
         ++served;
     }
     for (const Order& order : kOrders) {
         if (!order.poll()) continue;
         record << order.name << std::endl;
-        order.answer(order.act(robot));
+        outbox.answer(result(order.answer, order.act(robot)));
         ++served;
     }
     for (const Parameterised& command : kParameterised) {
-        if (!command.serve(robot)) continue;
+        Reply reply = command.serve(robot);
+        if (!reply) continue;
         record << command.name << std::endl;
+        outbox.answer(std::move(reply));
         ++served;
     }
     for (const Recorded& command : kRecorded) {
         std::ostringstream told;
-        if (!command.serve(robot, told)) continue;
+        Reply reply = command.serve(robot, told);
+        if (!reply) continue;
         record << command.name << told.str() << std::endl;
+        outbox.answer(std::move(reply));
         ++served;
     }
     return served;
 }
 
-void serveErrorPushes(Robot& robot, bool clientPresent) {
+void serveErrorPushes(Robot& robot, bool clientPresent, Outbox& outbox) {
     using Clock = std::chrono::steady_clock;
     static Clock::time_point lastPush;
     if (RecvErrorRes()) {
@@ -478,8 +482,7 @@ void serveErrorPushes(Robot& robot, bool clientPresent) {
     std::vector<ErrorRecord> news;
     for (size_t i = robot.errorsAcknowledged; i < robot.errors.size(); ++i)
         if (!robot.errors[i].resolved) news.push_back(robot.errors[i]);
-    if (news.empty()) return;
-    EmergencyMSG_ERROR(news);
+    if (news.empty() || !outbox.push([news] { EmergencyMSG_ERROR(news); }, news.size() > kErrorsInOneFrame)) return;
     robot.errorsPushed = robot.errors.size();
     lastPush = Clock::now();
 }
