@@ -12,6 +12,8 @@
 // Threads. Polls and answers may be called from any of the host's threads,
 // but poll each mailbox from one thread only, and send answers from one
 // thread: two answers at once may interleave their frames on the socket.
+// Each frame leaves whole, so only a message of several frames (a map, the
+// log bundle, a long error list) needs the socket to itself.
 // The receive thread itself runs the clock command, the map-edit store and
 // the firmware progress pushes.
 //

@@ -18,9 +18,9 @@ constexpr double kDesignCapacity = 5.2;  // Ah
 constexpr double kMaxSpeed = 1.5;      // m/s, the fastest the base may be told to go
 constexpr char kBatterySerial[] = "BAT-DEMO-01";
 constexpr auto kPushEvery = std::chrono::seconds(1);
-// An entry of the pushed error list takes under 80 bytes of the document,
-// under 110 enciphered and encoded: this many fit one 32 KiB frame with room
-// to spare. A longer list may take several frames and goes out alone.
+// An entry of the pushed error list takes about 90 bytes of the laid-out
+// document, 120 enciphered and encoded: this many fit one 32 KiB frame with
+// room to spare. A longer list may take several frames and goes out alone.
 constexpr size_t kErrorsInOneFrame = 200;
 
 // ---- Readings derived from the model ----
