@@ -53,6 +53,7 @@ void MqttLink::start() {
     mosquitto_connect_async(client_, broker_.host.c_str(), port, broker_.keepAliveSeconds);
     const int rc = mosquitto_loop_start(client_);
     if (rc != MOSQ_ERR_SUCCESS) throw brokerFailure("MQTT network thread", rc);
+    running_ = true;
 }
 
 MqttLink::~MqttLink() {
@@ -88,16 +89,16 @@ void MqttLink::onPublish(mosquitto*, void* self, int mid) {
 }
 
 bool MqttLink::publish(const std::string& topic, const std::string& payload, int qos, bool retain) {
-    return mosquitto_publish(client_, nullptr, topic.c_str(), static_cast<int>(payload.size()), payload.data(), qos,
-                             retain) == MOSQ_ERR_SUCCESS;
+    return running_ && mosquitto_publish(client_, nullptr, topic.c_str(), static_cast<int>(payload.size()),
+                                         payload.data(), qos, retain) == MOSQ_ERR_SUCCESS;
 }
 
 bool MqttLink::publishAndWait(const std::string& topic, const std::string& payload, bool retain,
                               std::chrono::milliseconds patience) {
     std::unique_lock<std::mutex> lock(mutex_);
     int mid = 0;
-    if (mosquitto_publish(client_, &mid, topic.c_str(), static_cast<int>(payload.size()), payload.data(), 1, retain) !=
-        MOSQ_ERR_SUCCESS)
+    if (!running_ || mosquitto_publish(client_, &mid, topic.c_str(), static_cast<int>(payload.size()), payload.data(),
+                                       1, retain) != MOSQ_ERR_SUCCESS)
         return false;
     const bool done = delivered_.wait_for(lock, patience, [this, mid] { return acknowledged_.count(mid) > 0; });
     acknowledged_.erase(mid);

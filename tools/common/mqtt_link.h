@@ -4,6 +4,7 @@
 // itself; on every connection it subscribes again and tells its owner.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -72,6 +73,11 @@ private:
     static void onPublish(mosquitto* client, void* self, int mid);
 
     mosquitto* client_ = nullptr;
+    // Set once the network thread runs. Until then libmosquitto writes a
+    // publish to the socket from the caller's thread, into the connection
+    // (or the TLS handshake) that start() is making on its own: the broker
+    // then drops the connection as a protocol error.
+    std::atomic<bool> running_{false};
     const BrokerOptions broker_;
     const std::vector<std::string> subscriptions_;
     const Handlers handlers_;
