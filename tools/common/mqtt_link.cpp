@@ -65,6 +65,9 @@ MqttLink::~MqttLink() {
 void MqttLink::onConnect(mosquitto* client, void* self, int rc) {
     if (rc != 0) return;
     auto* link = static_cast<MqttLink*>(self);
+    // The network thread may connect before start() has seen it run, and
+    // the owner publishes on every connection.
+    link->running_ = true;
     for (const std::string& topic : link->subscriptions_) mosquitto_subscribe(client, nullptr, topic.c_str(), 0);
     if (link->handlers_.connected) link->handlers_.connected();
 }

@@ -76,7 +76,8 @@ private:
     // Set once the network thread runs. Until then libmosquitto writes a
     // publish to the socket from the caller's thread, into the connection
     // (or the TLS handshake) that start() is making on its own: the broker
-    // then drops the connection as a protocol error.
+    // then drops the connection as a protocol error. Publishing is refused
+    // meanwhile; the owner publishes anew on connection.
     std::atomic<bool> running_{false};
     const BrokerOptions broker_;
     const std::vector<std::string> subscriptions_;
